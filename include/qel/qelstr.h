@@ -1,0 +1,62 @@
+/*
+ * qelstr.h - the qelStr family: status codes, flags, bounded and allocating
+ * string conversions, and the string memory provider that the library imports.
+ *
+ * Compiles as C11 and as C++. UTF-8 text is char (read as unsigned bytes),
+ * UTF-16 text is char16_t, UTF-32 text is unsigned int, all in machine order.
+ */
+#ifndef QEL_QELSTR_H
+#define QEL_QELSTR_H
+
+#include <stddef.h>
+
+#ifdef __cplusplus
+#define QEL_EXTERN_C extern "C"
+#define QEL_BEGIN_C extern "C" {
+#define QEL_END_C }
+#else
+#include <uchar.h>
+#define QEL_EXTERN_C
+#define QEL_BEGIN_C
+#define QEL_END_C
+#endif
+
+#if defined(__GNUC__) || defined(__clang__)
+#define QEL_API __attribute__((visibility("default")))
+#else
+#define QEL_API
+#endif
+
+QEL_BEGIN_C
+
+/* Status of every qelStr entry point. */
+typedef int qelStrStatus;
+enum {
+    qelStrOk = 0,            /* whole input converted, measured or empty */
+    qelStrEmptyBuffer = 35,  /* non-empty input, output buffer of size 0 */
+    qelStrTruncated = 68,    /* output too small: a terminated prefix */
+    qelStrNoMemory = 112,    /* allocating entry points: provider failed */
+    qelStrBadInput = 368     /* ill-formed input: prefix before the fault */
+};
+
+/* Flags word of the Ex and AllocEx entry points; other bits are ignored. */
+typedef unsigned int qelStrFlags;
+enum {
+    qelStrFlagFullLength = 0x1,          /* count the unconverted rest on truncation */
+    qelStrFlagNoTerminator = 0x2,        /* write no terminator; fill to the last unit */
+    qelStrFlagRawSequences = 0x40000000  /* raw one-byte form of control sequences in UTF-8 */
+};
+
+/* String memory provider, imported by name and resolved at load time.
+ * libqelstrmem is the default implementation. */
+void* qelStrAlloc(unsigned int size);
+void* qelStrReAlloc(void* p, unsigned int size);
+void qelStrFree(void* p);
+
+/* Bounded UTF-16 copy. */
+QEL_API qelStrStatus qelStrUtf16Copy(char16_t* out, unsigned int outSize, unsigned int* outLen,
+                                     const char16_t* in, unsigned int inLen);
+
+QEL_END_C
+
+#endif /* QEL_QELSTR_H */
