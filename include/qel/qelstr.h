@@ -57,6 +57,12 @@ void qelStrFree(void* p);
 QEL_API qelStrStatus qelStrUtf16Copy(char16_t* out, unsigned int outSize, unsigned int* outLen,
                                      const char16_t* in, unsigned int inLen);
 
+/* @bounded-conversions@ */
+
+/* @surrogate-repair@ */
+
+/* @allocating-conversions@ */
+
 QEL_END_C
 
 #endif /* QEL_QELSTR_H */
