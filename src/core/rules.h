@@ -43,6 +43,11 @@ constexpr int utf8LeadLength(u32 lead) noexcept {
 
 // ---- UTF-8 -----------------------------------------------------------------
 
+// What the UTF-8 decoder makes of a three-byte surrogate form (0xED followed by
+// 0xA0..0xBF). The strict rules reject it; only the surrogate-pair repair
+// accepts it, and then its value is the surrogate itself.
+enum class Utf8Surrogates { Reject, Accept };
+
 // Decodes the multi-byte sequence at p, of which `avail` bytes may be read
 // (the lead byte included). The checks run in this order and stop at the first
 // failure: the lead byte's class; that the run holds all announced bytes,
@@ -50,7 +55,8 @@ constexpr int utf8LeadLength(u32 lead) noexcept {
 // continuation byte; the second byte's range. Returns the length 2, 3 or 4
 // with the code point in `cp`, or kIllFormed. A lead byte below 0xC2 (ASCII
 // included) is ill-formed here: callers handle ASCII themselves.
-inline int decodeUtf8(const u8* p, std::size_t avail, u32& cp) noexcept {
+inline int decodeUtf8(const u8* p, std::size_t avail, u32& cp,
+                      Utf8Surrogates surrogates = Utf8Surrogates::Reject) noexcept {
     const u32 lead = p[0];
     const int len = utf8LeadLength(lead);
     if (len == 0) return kIllFormed;
@@ -65,7 +71,8 @@ inline int decodeUtf8(const u8* p, std::size_t avail, u32& cp) noexcept {
     if (!isContinuation(b2)) return kIllFormed;
     if (len == 3) {
         if (lead == 0xE0u && b1 < 0xA0u) return kIllFormed;  // overlong
-        if (lead == 0xEDu && b1 > 0x9Fu) return kIllFormed;  // surrogate
+        if (lead == 0xEDu && b1 > 0x9Fu && surrogates == Utf8Surrogates::Reject)
+            return kIllFormed;  // surrogate
         cp = ((lead & 0x0Fu) << 12) | ((b1 & 0x3Fu) << 6) | (b2 & 0x3Fu);
         return 3;
     }
@@ -114,19 +121,25 @@ inline int encodeUtf8(u32 c, Byte* dst) noexcept {
 
 // ---- UTF-16 ----------------------------------------------------------------
 
-// Decodes the character at p in the run that ends at `end` (p != end).
+// Decodes the character at p, of which `avail` units may be read: p[0] is
+// always read, `avail` only limits the look-ahead to a low surrogate.
 // Returns 1 or 2 units with the code point in `cp`, or kIllFormed for a lone
 // low surrogate, a high surrogate that ends the run, or a high surrogate
 // followed by anything but a low surrogate.
-inline int decodeUtf16(const u16* p, const u16* end, u32& cp) noexcept {
+inline int decodeUtf16(const u16* p, std::size_t avail, u32& cp) noexcept {
     const u32 u = p[0];
     if (!isSurrogate(u)) {
         cp = u;
         return 1;
     }
-    if (!isHighSurrogate(u) || end - p < 2 || !isLowSurrogate(p[1])) return kIllFormed;
+    if (!isHighSurrogate(u) || avail < 2 || !isLowSurrogate(p[1])) return kIllFormed;
     cp = combineSurrogates(u, p[1]);
     return 2;
+}
+
+// Decodes the character at p in the run that ends at `end` (p != end).
+inline int decodeUtf16(const u16* p, const u16* end, u32& cp) noexcept {
+    return decodeUtf16(p, static_cast<std::size_t>(end - p), cp);
 }
 
 // Writes a valid code point as one unit or a surrogate pair; returns the count.
