@@ -62,6 +62,39 @@ QEL_API qelStrStatus qelStrUtf16Copy(char16_t* out, unsigned int outSize, unsign
 /* @surrogate-repair@ */
 
 /* @allocating-conversions@ */
+/* Allocating conversions: *out receives a new zero-terminated block from the
+ * string memory provider, which the caller releases with qelStrFree whatever
+ * the status (also with qelStrBadInput, and when it holds only the zero unit).
+ * A null out makes the call a length query that allocates nothing; a null in
+ * gives qelStrOk and a null result. qelStrNoMemory comes with an empty
+ * one-unit result, or null when even that could not be had. Of the flags word
+ * of the AllocEx variants only qelStrFlagRawSequences is looked at. */
+QEL_API qelStrStatus qelStrUtf16ToUtf8Alloc(char** out, unsigned int* outLen, const char16_t* in,
+                                            unsigned int inLen);
+QEL_API qelStrStatus qelStrUtf16ToUtf8AllocEx(char** out, unsigned int* outLen, const char16_t* in,
+                                              unsigned int inLen, qelStrFlags flags);
+QEL_API qelStrStatus qelStrUtf16ToUtf32Alloc(unsigned int** out, unsigned int* outLen,
+                                             const char16_t* in, unsigned int inLen);
+QEL_API qelStrStatus qelStrUtf32ToUtf16Alloc(char16_t** out, unsigned int* outLen,
+                                             const unsigned int* in, unsigned int inLen);
+QEL_API qelStrStatus qelStrUtf32ToUtf8Alloc(char** out, unsigned int* outLen, const unsigned int* in,
+                                            unsigned int inLen);
+QEL_API qelStrStatus qelStrUtf32ToUtf8AllocEx(char** out, unsigned int* outLen,
+                                              const unsigned int* in, unsigned int inLen,
+                                              qelStrFlags flags);
+QEL_API qelStrStatus qelStrUtf8ToUtf16Alloc(char16_t** out, unsigned int* outLen, const char* in,
+                                            unsigned int inLen);
+QEL_API qelStrStatus qelStrUtf8ToUtf16AllocEx(char16_t** out, unsigned int* outLen, const char* in,
+                                              unsigned int inLen, qelStrFlags flags);
+QEL_API qelStrStatus qelStrUtf8ToUtf32Alloc(unsigned int** out, unsigned int* outLen, const char* in,
+                                            unsigned int inLen);
+QEL_API qelStrStatus qelStrUtf8ToUtf32AllocEx(unsigned int** out, unsigned int* outLen,
+                                              const char* in, unsigned int inLen, qelStrFlags flags);
+
+/* Allocating UTF-16 copy: the units up to the first zero unit (at most inLen)
+ * copied as they are into a new block. Status qelStrOk or qelStrNoMemory. */
+QEL_API qelStrStatus qelStrUtf16CopyAlloc(char16_t** out, unsigned int* outLen, const char16_t* in,
+                                          unsigned int inLen);
 
 QEL_END_C
 
