@@ -72,6 +72,15 @@ inline bool answeredByArgumentChecks(O* out, unsigned int outSize, unsigned int*
     return false;
 }
 
+// Units of an input before its first zero unit or its end, whichever comes
+// first.
+template <class T>
+inline unsigned int unitsBeforeTerminator(const T* in, const T* inEnd) noexcept {
+    const T* p = in;
+    while (p != inEnd && *p != 0) ++p;
+    return static_cast<unsigned int>(p - in);
+}
+
 // Units between two positions of the same buffer.
 template <class T>
 inline unsigned int unitsBetween(const T* from, const T* to) noexcept {
