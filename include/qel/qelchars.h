@@ -36,6 +36,35 @@ QEL_API char16_t* qel_u8stou16s_alloc(const char* src);
 QEL_API unsigned int* qel_u8stou32s_alloc(const char* src);
 
 /* @per-character@ */
+/* Per-character conversions: one character per call. The result is the count
+ * of units on the UTF-8 side (bytes written or consumed), or of UTF-16 units
+ * for the UTF-16/UTF-32 pairs; -1 with errno EILSEQ or E2BIG on failure, with
+ * nothing written. No terminator is written. A null destination, where
+ * allowed, makes the call a length query. */
+QEL_API int qel_u16tou8(char* dst, char16_t c);
+QEL_API int qel_u16tou8n(char* dst, char16_t c, size_t n);
+QEL_API int qel_u16tou8n_s(char* dst, size_t n, const char16_t* src, size_t srcn);
+QEL_API int qel_u16sctou8(char* dst, size_t n, const char16_t* src);
+QEL_API int qel_u16tou32(unsigned int* dst, const char16_t* src, size_t n);
+QEL_API int qel_u16sctou32(unsigned int* dst, const char16_t* src);
+QEL_API int qel_u32tou16(char16_t* dst, unsigned int c, size_t n);
+QEL_API int qel_u32tou8(char* dst, unsigned int c);
+QEL_API int qel_u32tou8n(char* dst, unsigned int c, size_t n);
+QEL_API int qel_u32sctou32(unsigned int* dst, const unsigned int* src);
+QEL_API int qel_u8tou32(unsigned int* dst, const char* src, size_t n);
+QEL_API int qel_u8sctou32(unsigned int* dst, const char* src);
+QEL_API int qel_u8tou16(char16_t* dst, const char* src, size_t n);
+QEL_API int qel_u8tou16_s(char16_t* dst, size_t dstn, const char* src, size_t n);
+QEL_API int qel_u8sctou16_s(char16_t* dst, size_t dstn, const char* src);
+/* Length in units of the first character: 0 for a zero unit, -1 (EILSEQ) if
+ * malformed. qel_u8mbclen is a tolerant step length that never fails. */
+QEL_API int qel_u8clen(const char* s, size_t n);
+QEL_API int qel_u8sclen(const char* s);
+QEL_API int qel_u8mbclen(const char* s);
+QEL_API int qel_u16clen(const char16_t* s, size_t n);
+QEL_API int qel_u16sclen(const char16_t* s);
+QEL_API int qel_u32clen(const unsigned int* s, size_t n);
+QEL_API int qel_u32sclen(const unsigned int* s);
 
 /* @utf8-strings@ */
 
