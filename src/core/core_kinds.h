@@ -1,0 +1,318 @@
+// The four kinds of conversion core, each written once over a pair policy:
+//
+//   measureRun   measuring core: adds the output size of a run to a counter
+//   convertSafe  safe converter: never leaves the output cursor on outEnd
+//   convertFill  fill converter: may fill the output to its last unit
+//   convertAlloc allocating core: writes into the chunks of a qelChrXBuf
+//
+// A pair policy names its source decoder and target encoder (both built on
+// the code-point rules) and the few points in which the pairs differ:
+//
+//   kFastBelow        source units below this are characters of one output
+//                     unit, written at once and left out of the result
+//                     bookkeeping of the fill converter, the allocating core
+//                     and the measuring core
+//   measure(in, out)  the success value a character of `in` source units and
+//                     `out` target units leaves behind
+//   kMeasureReports   which characters set the measuring core's result
+//   kSafeReports      which characters set the safe converter's result
+//   kSafeStepsBackByResult  how the safe converter moves its input cursor
+//                     back when it withdraws a character
+//   kAllocStart       the allocating core's result before any character
+//   kSplitsAcrossChunks  whether a character may straddle two chunks
+//
+// Every kind writes its cursors back on every return, judges a character's
+// validity before asking whether it fits, and leaves the input cursor on the
+// first unit of an ill-formed character.
+#pragma once
+
+#include "common/common.h"
+#include "core/rules.h"
+#include "qel/qelcore.h"
+
+namespace qel {
+namespace core {
+
+// ---- source decoders and target encoders -----------------------------------
+
+struct Utf8Source {
+    using Unit = u8;
+    static int decode(const Unit* p, const Unit* end, u32& cp) noexcept { return rules::decodeUtf8(p, end, cp); }
+};
+
+struct Utf16Source {
+    using Unit = u16;
+    static int decode(const Unit* p, const Unit* end, u32& cp) noexcept { return rules::decodeUtf16(p, end, cp); }
+};
+
+struct Utf32Source {
+    using Unit = u32;
+    static int decode(const Unit* p, const Unit* end, u32& cp) noexcept { return rules::decodeUtf32(p, end, cp); }
+};
+
+struct Utf8Target {
+    using Unit = char;
+    static constexpr int kMaxUnits = 4;
+    static int size(u32 cp) noexcept { return rules::utf8Size(cp); }
+    static void encode(u32 cp, Unit* dst) noexcept { rules::encodeUtf8(cp, dst); }
+};
+
+struct Utf16Target {
+    using Unit = u16;
+    static constexpr int kMaxUnits = 2;
+    static int size(u32 cp) noexcept { return rules::utf16Size(cp); }
+    static void encode(u32 cp, Unit* dst) noexcept { rules::encodeUtf16(cp, dst); }
+};
+
+struct Utf32Target {
+    using Unit = u32;
+    static constexpr int kMaxUnits = 1;
+    static int size(u32 /*cp*/) noexcept { return 1; }
+    static void encode(u32 cp, Unit* dst) noexcept { rules::encodeUtf32(cp, dst); }
+};
+
+// ---- policy building blocks ----------------------------------------------------
+
+// Which characters set a core's success result.
+enum class Reports {
+    Nothing,    // the result stays as it started
+    SlowChars,  // only characters at or above kFastBelow
+    EveryChar,  // every character converted
+};
+
+constexpr bool reports(Reports rule, bool fast) noexcept {
+    return rule == Reports::EveryChar || (rule == Reports::SlowChars && !fast);
+}
+
+// What a pair policy starts from: its decoder and encoder. A character can be
+// split across two chunks only where it may need more than one target unit.
+template <class Src, class Dst>
+struct PairPolicy {
+    using Source = Src;
+    using Target = Dst;
+    static constexpr bool kSplitsAcrossChunks = Dst::kMaxUnits > 1;
+    static constexpr Reports kMeasureReports = Reports::SlowChars;
+    static constexpr Reports kSafeReports = Reports::EveryChar;
+    static constexpr bool kSafeStepsBackByResult = false;
+    static constexpr int kAllocStart = 1;
+};
+
+// Success values: the size of the character in the target, or its length in
+// the source.
+struct MeasureTarget {
+    static constexpr int measure(int /*in*/, int out) noexcept { return out; }
+};
+struct MeasureSource {
+    static constexpr int measure(int in, int /*out*/) noexcept { return in; }
+};
+
+// ---- room for speed -----------------------------------------------------------
+
+// The bulk step of every core runs at the top of its per-character loop. A
+// vectorised implementation may consume here a block of source units below
+// P::kFastBelow (each one character of one target unit), advancing p (and n,
+// or o). It must leave at least one input unit and at least one unit of
+// output room for the per-character step that follows, so that the last
+// character of a call, the success result, the withdrawal of the safe
+// converter and every chunk move stay with that step and every result and
+// cursor is exactly what the step alone would give. For now it consumes
+// nothing.
+template <class P>
+struct Bulk {
+    using S = typename P::Source::Unit;
+    using D = typename P::Target::Unit;
+    static void measure(const S*& /*p*/, const S* /*end*/, unsigned int& /*n*/) noexcept {}
+    static void convert(const S*& /*p*/, const S* /*end*/, D*& /*o*/, const D* /*outEnd*/) noexcept {}
+};
+
+// ---- the kinds ------------------------------------------------------------------
+
+template <class P>
+using SrcOf = typename P::Source::Unit;
+template <class P>
+using DstOf = typename P::Target::Unit;
+
+// Adds to *count the output size of the well-formed characters from *in;
+// stops with kIllFormed on the first ill-formed one.
+template <class P>
+int measureRun(unsigned int* count, const SrcOf<P>** in, const SrcOf<P>* inEnd) noexcept {
+    const SrcOf<P>* p = *in;
+    unsigned int n = *count;
+    int result = 0;
+    while (p != inEnd) {
+        Bulk<P>::measure(p, inEnd, n);
+        const u32 unit = *p;
+        if (unit < P::kFastBelow) {
+            ++n;
+            ++p;
+            continue;
+        }
+        u32 cp;
+        const int len = P::Source::decode(p, inEnd, cp);
+        if (len < 0) {
+            result = kIllFormed;
+            break;
+        }
+        const int size = P::Target::size(cp);
+        n += static_cast<unsigned int>(size);
+        p += len;
+        if (reports(P::kMeasureReports, false)) result = P::measure(len, size);
+    }
+    *in = p;
+    *count = n;
+    return result;
+}
+
+// Converts into [*out, outEnd), of which the caller gives at least one unit.
+// A character that fills the output exactly is withdrawn again (its units stay
+// beyond the returned cursor) and the result is kNoRoom, so the caller can
+// always write a terminator at the returned cursor.
+template <class P>
+int convertSafe(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, const SrcOf<P>* inEnd) noexcept {
+    DstOf<P>* o = *out;
+    const SrcOf<P>* p = *in;
+    int result = 0;
+    while (p != inEnd) {
+        Bulk<P>::convert(p, inEnd, o, outEnd);
+        const u32 unit = *p;
+        const bool fast = unit < P::kFastBelow;
+        int len = 1;
+        int size = 1;
+        if (fast) {
+            *o = static_cast<DstOf<P>>(unit);
+        } else {
+            u32 cp;
+            len = P::Source::decode(p, inEnd, cp);
+            if (len < 0) {
+                result = kIllFormed;
+                break;
+            }
+            size = P::Target::size(cp);
+            if (size > outEnd - o) {
+                result = kNoRoom;
+                break;
+            }
+            P::Target::encode(cp, o);
+        }
+        o += size;
+        p += len;
+        if (reports(P::kSafeReports, fast)) result = P::measure(len, size);
+        if (o == outEnd) {
+            o -= size;
+            if (P::kSafeStepsBackByResult) {
+                p -= result;  // Intended: back by the success value, not by the withdrawn character.
+            } else {
+                p -= len;
+            }
+            result = kNoRoom;
+            break;
+        }
+    }
+    *out = o;
+    *in = p;
+    return result;
+}
+
+// Converts into [*out, outEnd) and may fill it: a full output ends the call
+// with success even when input remains (the caller compares *in with inEnd).
+template <class P>
+int convertFill(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, const SrcOf<P>* inEnd) noexcept {
+    DstOf<P>* o = *out;
+    const SrcOf<P>* p = *in;
+    int result = 0;
+    while (p != inEnd && o != outEnd) {
+        Bulk<P>::convert(p, inEnd, o, outEnd);
+        const u32 unit = *p;
+        if (unit < P::kFastBelow) {
+            *o++ = static_cast<DstOf<P>>(unit);
+            ++p;
+            continue;
+        }
+        u32 cp;
+        const int len = P::Source::decode(p, inEnd, cp);
+        if (len < 0) {
+            result = kIllFormed;
+            break;
+        }
+        const int size = P::Target::size(cp);
+        if (size > outEnd - o) {
+            result = kNoRoom;
+            break;
+        }
+        P::Target::encode(cp, o);
+        o += size;
+        p += len;
+        result = P::measure(len, size);
+    }
+    *out = o;
+    *in = p;
+    return result;
+}
+
+// Converts the whole run into the chunks of buf, filling each to its last
+// unit. *out and *outEnd are the cursor into, and the end of, the current
+// chunk. A move to the next chunk happens only when input remains; when no
+// chunk can be had the result is kNoMemory with *in, *out and *outEnd as
+// before the move, while the buffer stands on the empty slot.
+template <class P>
+int convertAlloc(qelChrXBuf<DstOf<P>>* buf, DstOf<P>** out, const DstOf<P>** outEnd, const SrcOf<P>** in,
+                 const SrcOf<P>* inEnd) noexcept {
+    using D = DstOf<P>;
+    D* o = *out;
+    const D* oe = *outEnd;
+    const SrcOf<P>* p = *in;
+    int result = P::kAllocStart;
+    while (p != inEnd) {
+        if (o == oe) {
+            D* const chunk = buf->nextChunk();
+            if (chunk == nullptr) {
+                result = kNoMemory;
+                break;
+            }
+            o = chunk;
+            oe = chunk + buf->curCapacity;
+        }
+        Bulk<P>::convert(p, inEnd, o, oe);
+        const u32 unit = *p;
+        if (unit < P::kFastBelow) {
+            *o++ = static_cast<D>(unit);
+            ++p;
+            continue;
+        }
+        u32 cp;
+        const int len = P::Source::decode(p, inEnd, cp);
+        if (len < 0) {
+            result = kIllFormed;
+            break;
+        }
+        const int size = P::Target::size(cp);
+        if (P::kSplitsAcrossChunks && size > oe - o) {
+            // The character ends this chunk with its first units and begins
+            // the next one with the rest.
+            D* const chunk = buf->nextChunk();
+            if (chunk == nullptr) {
+                result = kNoMemory;
+                break;
+            }
+            D scratch[P::Target::kMaxUnits];
+            P::Target::encode(cp, scratch);
+            int i = 0;
+            while (o != oe) *o++ = scratch[i++];
+            o = chunk;
+            oe = chunk + buf->curCapacity;
+            while (i < size) *o++ = scratch[i++];
+        } else {
+            P::Target::encode(cp, o);
+            o += size;
+        }
+        p += len;
+        result = P::measure(len, size);
+    }
+    *out = o;
+    *outEnd = oe;
+    *in = p;
+    return result;
+}
+
+}  // namespace core
+}  // namespace qel

@@ -1,0 +1,32 @@
+// UTF-32 -> UTF-8 cores. A unit below 0x80 is one byte; the success values
+// are byte sizes of the output.
+#include "core/core_kinds.h"
+#include "core/cores.h"
+
+using namespace qel;
+using namespace qel::core;
+
+namespace {
+
+struct Utf32ToUtf8 : PairPolicy<Utf32Source, Utf8Target>, MeasureTarget {
+    static constexpr u32 kFastBelow = 0x80u;
+};
+
+}  // namespace
+
+int u32stou8sPreflightLow(unsigned int* count, const unsigned int** in, const unsigned int* inEnd) {
+    return measureRun<Utf32ToUtf8>(count, in, inEnd);
+}
+
+int u32stou8sConvertSafeLow(char** out, const char* outEnd, const unsigned int** in, const unsigned int* inEnd) {
+    return convertSafe<Utf32ToUtf8>(out, outEnd, in, inEnd);
+}
+
+int u32stou8sConvertLow(char** out, const char* outEnd, const unsigned int** in, const unsigned int* inEnd) {
+    return convertFill<Utf32ToUtf8>(out, outEnd, in, inEnd);
+}
+
+int u32stou8sAllocLow(qelChrXBuf<char>* buf, char** out, const char** outEnd, const unsigned int** in,
+                      const unsigned int* inEnd) {
+    return convertAlloc<Utf32ToUtf8>(buf, out, outEnd, in, inEnd);
+}
