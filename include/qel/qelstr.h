@@ -60,6 +60,11 @@ QEL_API qelStrStatus qelStrUtf16Copy(char16_t* out, unsigned int outSize, unsign
 /* @bounded-conversions@ */
 
 /* @surrogate-repair@ */
+/* Repairs zero-terminated UTF-8 in place: each pair of three-byte surrogate
+ * sequences (high then low) becomes the four-byte form of its character.
+ * Returns s, or null on ill-formed text or an unpaired half; the text is then
+ * cut before the offending sequence. s must not be null. */
+QEL_API char* qelStrUtf8FixSurrogatePairs(char* s);
 
 /* @allocating-conversions@ */
 /* Allocating conversions: *out receives a new zero-terminated block from the
