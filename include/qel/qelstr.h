@@ -58,6 +58,29 @@ QEL_API qelStrStatus qelStrUtf16Copy(char16_t* out, unsigned int outSize, unsign
                                      const char16_t* in, unsigned int inLen);
 
 /* @bounded-conversions@ */
+/* Bounded conversions into a caller's buffer of outSize units (terminator
+ * included). A null out asks for the length; a null outLen reports none.
+ * The Ex variants take qelStrFlags; the plain ones behave as with flags 0. */
+QEL_API qelStrStatus qelStrUtf16ToUtf8(char* out, unsigned int outSize, unsigned int* outLen,
+                                       const char16_t* in, unsigned int inLen);
+QEL_API qelStrStatus qelStrUtf16ToUtf8Ex(char* out, unsigned int outSize, unsigned int* outLen,
+                                         const char16_t* in, unsigned int inLen, qelStrFlags flags);
+QEL_API qelStrStatus qelStrUtf32ToUtf8(char* out, unsigned int outSize, unsigned int* outLen,
+                                       const unsigned int* in, unsigned int inLen);
+QEL_API qelStrStatus qelStrUtf32ToUtf8Ex(char* out, unsigned int outSize, unsigned int* outLen,
+                                         const unsigned int* in, unsigned int inLen, qelStrFlags flags);
+QEL_API qelStrStatus qelStrUtf8ToUtf16(char16_t* out, unsigned int outSize, unsigned int* outLen,
+                                       const char* in, unsigned int inLen);
+QEL_API qelStrStatus qelStrUtf8ToUtf16Ex(char16_t* out, unsigned int outSize, unsigned int* outLen,
+                                         const char* in, unsigned int inLen, qelStrFlags flags);
+QEL_API qelStrStatus qelStrUtf8ToUtf32(unsigned int* out, unsigned int outSize, unsigned int* outLen,
+                                       const char* in, unsigned int inLen);
+QEL_API qelStrStatus qelStrUtf8ToUtf32Ex(unsigned int* out, unsigned int outSize, unsigned int* outLen,
+                                         const char* in, unsigned int inLen, qelStrFlags flags);
+QEL_API qelStrStatus qelStrUtf16ToUtf32(unsigned int* out, unsigned int outSize, unsigned int* outLen,
+                                        const char16_t* in, unsigned int inLen);
+QEL_API qelStrStatus qelStrUtf32ToUtf16(char16_t* out, unsigned int outSize, unsigned int* outLen,
+                                        const unsigned int* in, unsigned int inLen);
 
 /* @surrogate-repair@ */
 /* Repairs zero-terminated UTF-8 in place: each pair of three-byte surrogate

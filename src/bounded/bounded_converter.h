@@ -1,0 +1,211 @@
+// The bounded converter: converts a string of one encoding pair into a
+// caller's buffer. Written once over a pair description (core/pairs.h) and
+// instantiated for the ten converters of the qelStr family.
+//
+// One walk over the input serves converting and measuring alike:
+//   - a plain unit (ASCII other than the zero unit and the sequence start
+//     0x01) is handled straight away while no run is pending: the fast path;
+//   - every other unit starts a pending run, and once a run is pending every
+//     unit joins it, up to the next embedded control sequence or the end of
+//     the input; the run then goes to the pair's cores in one call;
+//   - a recognised control sequence is carried over by the walk itself.
+// What "handled", "goes to the cores" and "carried over" mean is up to the
+// sink that the walk drives: BufferWriter converts into the caller's buffer,
+// Counter measures.
+#pragma once
+
+#include "common/common.h"
+#include "common/sequence.h"
+#include "core/pairs.h"
+
+namespace qel {
+namespace bounded {
+
+// A unit the fast path takes: ASCII other than a zero unit and 0x01.
+template <class U>
+constexpr bool isPlainUnit(U u) noexcept {
+    const u32 v = static_cast<u32>(u);
+    return v <= 0x7Fu && v != 0 && v != seq::kStart;
+}
+
+// The walk from `runStart` (also the first read position) to the input end
+// or the first zero unit. A Sink offers:
+//   bool plain(const Src*& read, const Src* inEnd)
+//       the fast path: takes the plain units from `read` on and leaves `read`
+//       on the first other unit; false ends the walk (no room).
+//   bool run(const Src*& runStart, const Src* runEnd, ConvState& state)
+//       hands the pending run to a core, which moves `runStart` as far as it
+//       got and whose result goes into the state; false ends the walk.
+//   bool sequence(const Src* begin, const Src* end)
+//       carries over the recognised sequence [begin, end); false ends the
+//       walk (the sequence was cut).
+// On return `runStart` is the first unit not dealt with.
+template <class P, class Sink>
+void walk(const typename P::Src*& runStart, const typename P::Src* inEnd, Sink& sink, ConvState& state) {
+    using Src = typename P::Src;
+    const Src* read = runStart;
+    for (;;) {
+        if (read == runStart) {
+            const bool goOn = sink.plain(read, inEnd);
+            runStart = read;
+            if (!goOn) return;
+        }
+        if (read == inEnd || *read == 0) break;
+        if (static_cast<u32>(*read) != seq::kStart) {  // joins the pending run
+            ++read;
+            continue;
+        }
+        const seq::Recognised<Src> found = P::SrcForm::recognise(read, inEnd);
+        if (!found.valid) {
+            // The 0x01 and the units the recogniser passed join the pending
+            // run as ordinary text; scanning resumes at the stop position.
+            read = found.stop;
+            continue;
+        }
+        if (read != runStart && !sink.run(runStart, read, state)) return;
+        const Src* const after = found.stop + 1;
+        if (!sink.sequence(read, after)) return;
+        runStart = read = after;
+    }
+    // The last run. Intended: nothing compares runStart with read afterwards,
+    // so a fill converter that filled the buffer exactly ends the call with
+    // success and the rest of this run is lost.
+    if (state.result >= 0 && read != runStart) sink.run(runStart, read, state);
+}
+
+// The convert step: the fill converter when the state's fill-to-end switch is
+// set, the safe converter otherwise. The pairs without a UTF-8 side are only
+// ever given a state with the switch clear, so they use the safe converter.
+template <class P>
+bool convertStep(ConvState& state, typename P::Dst*& out, const typename P::Dst* outEnd,
+                 const typename P::Src*& in, const typename P::Src* inEnd) {
+    if constexpr (P::kHasFill) {
+        if (state.fillToEnd) {
+            state.result = P::fill(&out, outEnd, &in, inEnd);
+            return state.result >= 0;
+        }
+    }
+    if (out == outEnd) {
+        // The safe converter needs one unit of room. Without a terminator and
+        // without a fill converter the fast path may have used the last unit.
+        state.result = kNoRoom;
+        return false;
+    }
+    state.result = P::safe(&out, outEnd, &in, inEnd);
+    return state.result >= 0;
+}
+
+// Sink that measures: adds output units to a running count.
+template <class P>
+struct Counter {
+    using Src = typename P::Src;
+    unsigned int& count;
+
+    bool plain(const Src*& read, const Src* inEnd) noexcept {
+        const Src* const from = read;
+        while (read != inEnd && isPlainUnit(*read)) ++read;
+        count += unitsBetween(from, read);
+        return true;
+    }
+    bool run(const Src*& runStart, const Src* runEnd, ConvState& state) {
+        state.result = P::preflight(&count, &runStart, runEnd);
+        return state.result >= 0;
+    }
+    bool sequence(const Src* begin, const Src* end) noexcept {
+        count += seq::sizeIn<typename P::SrcForm, typename P::DstForm>(begin, end);
+        return true;
+    }
+};
+
+// Sink that converts into [w, bufEnd). plainEnd is where the fast path has
+// to stop: one unit before bufEnd when a terminator is wanted, bufEnd when not.
+template <class P>
+struct BufferWriter {
+    using Src = typename P::Src;
+    using Dst = typename P::Dst;
+    Dst* w;
+    Dst* const bufEnd;
+    Dst* const plainEnd;
+    const bool fullLength;
+    ConvState& state;
+
+    // Unit at a time; a bulk ASCII copy can take this loop's place.
+    bool plain(const Src*& read, const Src* inEnd) noexcept {
+        for (; read != inEnd && isPlainUnit(*read); ++read) {
+            if (w >= plainEnd) {
+                state.result = kNoRoom;
+                return false;
+            }
+            *w++ = static_cast<Dst>(*read);
+        }
+        return true;
+    }
+    bool run(const Src*& runStart, const Src* runEnd, ConvState& st) {
+        return convertStep<P>(st, w, bufEnd, runStart, runEnd);
+    }
+    bool sequence(const Src* begin, const Src* end) noexcept {
+        const seq::Carried<Dst> c = seq::carryBounded<typename P::SrcForm, typename P::DstForm>(begin, end, w, bufEnd);
+        if (c.complete && c.pos != bufEnd) {
+            w = c.pos;
+            return true;
+        }
+        // Cut, also when the sequence ends on the buffer's last unit: closed
+        // or dropped by the target form's rule, dropped under fullLength.
+        w = P::DstForm::close(w, c.pos, bufEnd, fullLength);
+        state.result = kNoRoom;
+        return false;
+    }
+};
+
+// The measuring walk from `from`: adds to `count` the output units of the
+// text up to the input end or the first zero unit, control sequences at
+// their size in the target form. Runs are measured by the pair's measuring
+// core, whose result goes into the state; the walk ends at an ill-formed run.
+template <class P>
+void measure(const typename P::Src* from, const typename P::Src* inEnd, unsigned int& count, ConvState& state) {
+    Counter<P> counter{count};
+    walk<P>(from, inEnd, counter, state);
+}
+
+// The bounded converter of pair P. A null `out` asks for the length only.
+// flags: qelStrFlagNoTerminator (no terminator; the state's fill-to-end
+// switch is set by the caller to match) and qelStrFlagFullLength (count the
+// rest after a truncation); other bits are ignored here.
+template <class P>
+qelStrStatus convertBounded(typename P::Dst* out, unsigned int outSize, unsigned int* outLen,
+                            const typename P::Src* in, unsigned int inLen, ConvState& state,
+                            unsigned int flags) {
+    using Src = typename P::Src;
+    using Dst = typename P::Dst;
+    const bool terminator = (flags & qelStrFlagNoTerminator) == 0;
+    const bool fullLength = (flags & qelStrFlagFullLength) != 0;
+
+    unsigned int spare;
+    qelStrStatus status;
+    if (answeredByArgumentChecks(out, outSize, outLen, spare, in, inLen, terminator, status)) return status;
+    const Src* const inEnd = inputEnd(in, inLen);
+    *outLen = 0;
+
+    if (out == nullptr) {
+        measure<P>(in, inEnd, *outLen, state);
+        return statusFor(state.result);
+    }
+
+    Dst* const bufEnd = out + outSize;
+    BufferWriter<P> writer{out, bufEnd, terminator ? bufEnd - 1 : bufEnd, fullLength, state};
+    const Src* runStart = in;
+    walk<P>(runStart, inEnd, writer, state);
+    if (terminator) *writer.w = 0;
+    *outLen = unitsBetween(out, writer.w);
+
+    if (fullLength && state.result == kNoRoom) {
+        // Intended: the rest is counted with the truncation's -7 still in the
+        // state, so its last run is measured only after a run before a
+        // sequence was, and that measurement's result becomes the status.
+        measure<P>(runStart, inEnd, *outLen, state);
+    }
+    return statusFor(state.result);
+}
+
+}  // namespace bounded
+}  // namespace qel
