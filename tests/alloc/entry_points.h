@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -25,6 +26,16 @@ struct Outcome {
         return status == o.status && null == o.null && units == o.units && len == o.len;
     }
 };
+
+inline std::ostream& operator<<(std::ostream& os, const Units& u) {
+    os << std::hex << "{";
+    for (unsigned int v : u) os << " " << v;
+    return os << " }" << std::dec;
+}
+
+inline std::ostream& operator<<(std::ostream& os, const Outcome& o) {
+    return os << "status " << o.status << (o.null ? " null" : " ") << o.units << " len " << o.len;
+}
 
 template <class D>
 Units readAndFree(D* p, unsigned int len) {
