@@ -90,8 +90,8 @@ TEST(CodePointRules, DecodesUtf16AndUtf32Strictly) {
 TEST(CodePointRules, EveryCodePointRoundTrips) {
     for (u32 c = 0; c < 0x110000u; ++c) {
         if (rules::isSurrogate(c)) continue;
-        u8 bytes[4];
-        u16 units[2];
+        u8 bytes[4] = {};
+        u16 units[2] = {};
         ASSERT_EQ(rules::encodeUtf8(c, bytes), rules::utf8Size(c));
         ASSERT_EQ(rules::encodeUtf16(c, units), rules::utf16Size(c));
         u32 back8 = ~0u, back16 = ~0u;
