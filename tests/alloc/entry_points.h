@@ -59,13 +59,14 @@ std::vector<S> sourceOf(const Units& in) {
 // `query` passes a null result pointer.
 struct AllocEntry {
     std::string name;
-    unsigned int unitSize;  // of the result
+    unsigned int unitSize;    // of the result
+    unsigned int sourceSize;  // of the input
     std::function<Outcome(const Units* in, unsigned int inLen, bool query)> call;
 };
 
 template <class S, class D, class F>
 AllocEntry allocEntry(std::string name, F fn) {
-    return {name, sizeof(D), [fn](const Units* in, unsigned int inLen, bool query) {
+    return {name, sizeof(D), sizeof(S), [fn](const Units* in, unsigned int inLen, bool query) {
                 std::vector<S> src = in ? sourceOf<S>(*in) : std::vector<S>();
                 D* out = nullptr;
                 unsigned int len = 0xBADu;
@@ -102,7 +103,7 @@ inline std::vector<AllocEntry> allocEntries() {
 // the call (set to -1 before it), len the result's length.
 template <class S, class D>
 AllocEntry errnoAllocEntry(std::string name, D* (*fn)(const S*)) {
-    return {name, sizeof(D), [fn](const Units* in, unsigned int, bool) {
+    return {name, sizeof(D), sizeof(S), [fn](const Units* in, unsigned int, bool) {
                 std::vector<S> src = in ? sourceOf<S>(*in) : std::vector<S>();
                 errno = -1;
                 D* out = fn(in ? src.data() : nullptr);
