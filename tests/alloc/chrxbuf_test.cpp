@@ -55,44 +55,51 @@ struct Writer {
 struct Path {
     unsigned int units;
     unsigned int reserve;
-    std::vector<unsigned int> allocs;    // in units of T
+    int refuse;                          // 0: none; n: the n-th request; -1: every request
+    std::vector<unsigned int> allocs;    // requests, in units of T
     std::vector<unsigned int> reallocs;  // in units of T
     unsigned int detachFrees, releaseFrees;
 };
 
 // The paths of detach: fresh block, resize of a short provider chunk, fresh
-// block for a long tail; and release afterwards.
+// block for a long tail, reserve; memory running out while filling, for the
+// result, and even for the empty answer. Then release.
 const Path kPaths[] = {
-    {0, 0, {1}, {}, 0, 0},
-    {512, 0, {513}, {}, 0, 0},
-    {513, 0, {1024}, {514}, 0, 0},
-    {1000, 0, {1024}, {1001}, 0, 0},
-    {1536, 0, {1024, 1537}, {}, 1, 0},
-    {2136, 0, {1024, 2048, 2137}, {}, 1, 1},
-    {513, 3, {1024, 517}, {}, 1, 0},
+    {0, 0, 0, {1}, {}, 0, 0},
+    {512, 0, 0, {513}, {}, 0, 0},
+    {513, 0, 0, {1024}, {514}, 0, 0},
+    {1000, 0, 0, {1024}, {1001}, 0, 0},
+    {1536, 0, 0, {1024, 1537}, {}, 1, 0},
+    {2136, 0, 0, {1024, 2048, 2137}, {}, 1, 1},
+    {513, 3, 0, {1024, 517}, {}, 1, 0},
+    {2000, 0, 2, {1024, 2048, 1}, {}, 0, 1},
+    {2136, 0, 3, {1024, 2048, 2137, 1}, {}, 1, 1},
+    {100, 0, -1, {101, 1}, {}, 0, 0},
 };
 
 template <class T>
 void checkPaths() {
     for (const Path& p : kPaths) {
         ProviderScope provider;
+        if (p.refuse > 0) provider.failAllocNumber(static_cast<unsigned int>(p.refuse));
+        if (p.refuse < 0) provider.failAll();
         Writer<T> w;
-        ASSERT_TRUE(w.write(p.units));
+        EXPECT_EQ(w.write(p.units), p.refuse != 2) << p.units;
         bool failed = false;
         unsigned int len = 99;
-        EXPECT_EQ(w.detach(p.reserve, failed, len), w.written) << p.units;
-        EXPECT_FALSE(failed);
-        EXPECT_EQ(len, p.units);
-        const unsigned int freesBefore = provider.frees();
+        EXPECT_EQ(w.detach(p.reserve, failed, len), p.refuse ? std::vector<T>{} : w.written) << p.units;
+        EXPECT_EQ(failed, p.refuse != 0);
+        EXPECT_EQ(len, p.refuse ? 0 : p.units);
+        const unsigned int detachFrees = provider.frees() - (p.refuse < 0 ? 0 : 1);  // less the result
         w.buf.release();
         std::vector<unsigned int> allocs, reallocs;
         for (unsigned int s : provider.allocSizes()) allocs.push_back(s / sizeof(T));
         for (unsigned int s : provider.reallocSizes()) reallocs.push_back(s / sizeof(T));
         EXPECT_EQ(allocs, p.allocs) << p.units;
         EXPECT_EQ(reallocs, p.reallocs) << p.units;
-        EXPECT_EQ(freesBefore - 1, p.detachFrees) << p.units;  // less the result, freed by the writer
-        EXPECT_EQ(provider.frees() - freesBefore, p.releaseFrees) << p.units;
-        if (p.units > 512) {  // a released buffer with a provider chunk current is as constructed
+        EXPECT_EQ(detachFrees, p.detachFrees) << p.units;
+        EXPECT_EQ(provider.frees() - detachFrees - (p.refuse < 0 ? 0 : 1), p.releaseFrees) << p.units;
+        if (p.units > 512 && !p.refuse) {  // a released buffer with a provider chunk current is as constructed
             EXPECT_EQ(w.buf.curSlot, w.buf.chunks);
             EXPECT_EQ(w.buf.lastSlot, w.buf.chunks);
             EXPECT_EQ(w.buf.chunks[1], nullptr);
@@ -105,45 +112,6 @@ TEST(ChrXBuf, DetachAndReleaseOnEveryPath) {
     checkPaths<char>();
     checkPaths<char16_t>();
     checkPaths<unsigned int>();
-}
-
-TEST(ChrXBuf, OutOfMemoryGivesAnEmptyAnswer) {
-    const struct {
-        unsigned int units;
-        unsigned int failAlloc;  // the refused request
-        bool emptyToo;           // the empty answer is refused as well
-        unsigned int frees;      // by detach and release together
-    } cases[] = {
-        {2000, 2, false, 1},  // the second chunk: release frees the first
-        {2136, 3, false, 2},  // the fresh result block: the current chunk is freed too
-        {100, 1, true, 0},    // not even one unit: a null answer
-    };
-    for (const auto& c : cases) {
-        ProviderScope provider;
-        if (c.emptyToo) {
-            provider.failAll();
-        } else {
-            provider.failAllocNumber(c.failAlloc);
-        }
-        Writer<char16_t> w;
-        const bool wrote = w.write(c.units);
-        EXPECT_EQ(wrote, c.failAlloc > 2 || c.emptyToo);
-        bool failed = false;
-        unsigned int len = 99;
-        char16_t* r = w.buf.detach(&len, w.out, w.outEnd, &failed, 0);
-        w.buf.release();
-        EXPECT_TRUE(failed);
-        EXPECT_EQ(len, 0u);
-        if (c.emptyToo) {
-            EXPECT_EQ(r, nullptr);
-        } else {
-            ASSERT_NE(r, nullptr);
-            EXPECT_EQ(r[0], 0);
-            EXPECT_EQ(provider.allocSizes().back(), 2u);
-            qelStrFree(r);
-        }
-        EXPECT_EQ(provider.frees() - (c.emptyToo ? 0 : 1), c.frees);
-    }
 }
 
 // A chunk held after the current one is reused by nextChunk, or resized into
