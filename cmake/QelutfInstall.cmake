@@ -1,0 +1,36 @@
+# Installation: the two libraries (with their SONAME links), the public
+# headers, a CMake package giving qelutf::qelutf and qelutf::qelstrmem, and a
+# pkg-config file. Both the package and the .pc file are relocatable.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS qelutf qelstrmem EXPORT qelutfTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/qel
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+
+set(_qelutf_cmakedir ${CMAKE_INSTALL_LIBDIR}/cmake/qelutf)
+install(EXPORT qelutfTargets NAMESPACE qelutf:: DESTINATION ${_qelutf_cmakedir})
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/qelutfConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/qelutfConfig.cmake INSTALL_DESTINATION ${_qelutf_cmakedir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/qelutfConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/qelutfConfig.cmake ${PROJECT_BINARY_DIR}/qelutfConfigVersion.cmake
+  DESTINATION ${_qelutf_cmakedir})
+
+# The .pc file finds its prefix from where it is installed.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(QELUTF_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
+else()
+  file(RELATIVE_PATH _qelutf_up "/_/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/_")
+  set(QELUTF_PC_PREFIX "\${pcfiledir}/${_qelutf_up}")
+endif()
+if(QELUTF_SHARED)
+  set(QELUTF_PC_PRIVATE "")
+else()
+  set(QELUTF_PC_PRIVATE "-lstdc++")
+endif()
+configure_file(${CMAKE_CURRENT_LIST_DIR}/qelutf.pc.in ${PROJECT_BINARY_DIR}/qelutf.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/qelutf.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
