@@ -23,9 +23,6 @@ qelStrStatus allocEx(typename Std::Dst** out, unsigned int* outLen, const typena
     return allocOnly<Std>(out, outLen, in, inLen);
 }
 
-// UTF-8 input arrives as char and is read as unsigned bytes.
-const u8* bytes(const char* in) noexcept { return reinterpret_cast<const u8*>(in); }
-
 }  // namespace
 
 extern "C" {
@@ -56,19 +53,19 @@ QEL_API qelStrStatus qelStrUtf32ToUtf8AllocEx(char** out, unsigned int* outLen, 
 }
 QEL_API qelStrStatus qelStrUtf8ToUtf16Alloc(char16_t** out, unsigned int* outLen, const char* in,
                                             unsigned int inLen) {
-    return allocOnly<pairs::Utf8ToUtf16>(out, outLen, bytes(in), inLen);
+    return allocOnly<pairs::Utf8ToUtf16>(out, outLen, utf8Units(in), inLen);
 }
 QEL_API qelStrStatus qelStrUtf8ToUtf16AllocEx(char16_t** out, unsigned int* outLen, const char* in,
                                               unsigned int inLen, qelStrFlags flags) {
-    return allocEx<pairs::Utf8ToUtf16, pairs::Utf8ToUtf16Raw>(out, outLen, bytes(in), inLen, flags);
+    return allocEx<pairs::Utf8ToUtf16, pairs::Utf8ToUtf16Raw>(out, outLen, utf8Units(in), inLen, flags);
 }
 QEL_API qelStrStatus qelStrUtf8ToUtf32Alloc(unsigned int** out, unsigned int* outLen, const char* in,
                                             unsigned int inLen) {
-    return allocOnly<pairs::Utf8ToUtf32>(out, outLen, bytes(in), inLen);
+    return allocOnly<pairs::Utf8ToUtf32>(out, outLen, utf8Units(in), inLen);
 }
 QEL_API qelStrStatus qelStrUtf8ToUtf32AllocEx(unsigned int** out, unsigned int* outLen, const char* in,
                                               unsigned int inLen, qelStrFlags flags) {
-    return allocEx<pairs::Utf8ToUtf32, pairs::Utf8ToUtf32Raw>(out, outLen, bytes(in), inLen, flags);
+    return allocEx<pairs::Utf8ToUtf32, pairs::Utf8ToUtf32Raw>(out, outLen, utf8Units(in), inLen, flags);
 }
 
 }  // extern "C"

@@ -156,10 +156,5 @@ inline typename P::Dst* convertAlloc(const typename P::Src* src) noexcept {
     return result;
 }
 
-// The public unit type of UTF-8 is char; the walkers read unsigned bytes.
-inline const u8* units(const char* s) noexcept { return reinterpret_cast<const u8*>(s); }
-inline const u16* units(const u16* s) noexcept { return s; }
-inline const u32* units(const u32* s) noexcept { return s; }
-
 }  // namespace errnostyle
 }  // namespace qel

@@ -76,25 +76,24 @@ AllocEntry allocEntry(std::string name, F fn) {
 }
 
 inline std::vector<AllocEntry> allocEntries() {
-    const unsigned int raw = qelStrFlagRawSequences;
     return {
         allocEntry<char16_t, char>("Utf16ToUtf8", qelStrUtf16ToUtf8Alloc),
         // Bits other than qelStrFlagRawSequences mean nothing here.
         allocEntry<char16_t, char>("Utf16ToUtf8Ex3", [](char** o, unsigned int* l, const char16_t* i, unsigned int n) {
             return qelStrUtf16ToUtf8AllocEx(o, l, i, n, qelStrFlagFullLength | qelStrFlagNoTerminator); }),
-        allocEntry<char16_t, char>("Utf16ToUtf8ExRaw", [raw](char** o, unsigned int* l, const char16_t* i, unsigned int n) {
-            return qelStrUtf16ToUtf8AllocEx(o, l, i, n, raw); }),
+        allocEntry<char16_t, char>("Utf16ToUtf8ExRaw", [](char** o, unsigned int* l, const char16_t* i, unsigned int n) {
+            return qelStrUtf16ToUtf8AllocEx(o, l, i, n, qelStrFlagRawSequences); }),
         allocEntry<char16_t, unsigned int>("Utf16ToUtf32", qelStrUtf16ToUtf32Alloc),
         allocEntry<unsigned int, char16_t>("Utf32ToUtf16", qelStrUtf32ToUtf16Alloc),
         allocEntry<unsigned int, char>("Utf32ToUtf8", qelStrUtf32ToUtf8Alloc),
-        allocEntry<unsigned int, char>("Utf32ToUtf8ExRaw", [raw](char** o, unsigned int* l, const unsigned int* i, unsigned int n) {
-            return qelStrUtf32ToUtf8AllocEx(o, l, i, n, raw); }),
+        allocEntry<unsigned int, char>("Utf32ToUtf8ExRaw", [](char** o, unsigned int* l, const unsigned int* i, unsigned int n) {
+            return qelStrUtf32ToUtf8AllocEx(o, l, i, n, qelStrFlagRawSequences); }),
         allocEntry<char, char16_t>("Utf8ToUtf16", qelStrUtf8ToUtf16Alloc),
-        allocEntry<char, char16_t>("Utf8ToUtf16ExRaw", [raw](char16_t** o, unsigned int* l, const char* i, unsigned int n) {
-            return qelStrUtf8ToUtf16AllocEx(o, l, i, n, raw); }),
+        allocEntry<char, char16_t>("Utf8ToUtf16ExRaw", [](char16_t** o, unsigned int* l, const char* i, unsigned int n) {
+            return qelStrUtf8ToUtf16AllocEx(o, l, i, n, qelStrFlagRawSequences); }),
         allocEntry<char, unsigned int>("Utf8ToUtf32", qelStrUtf8ToUtf32Alloc),
-        allocEntry<char, unsigned int>("Utf8ToUtf32ExRaw", [raw](unsigned int** o, unsigned int* l, const char* i, unsigned int n) {
-            return qelStrUtf8ToUtf32AllocEx(o, l, i, n, raw); }),
+        allocEntry<char, unsigned int>("Utf8ToUtf32ExRaw", [](unsigned int** o, unsigned int* l, const char* i, unsigned int n) {
+            return qelStrUtf8ToUtf32AllocEx(o, l, i, n, qelStrFlagRawSequences); }),
         allocEntry<char16_t, char16_t>("Utf16CopyAlloc", qelStrUtf16CopyAlloc),
     };
 }
