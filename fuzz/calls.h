@@ -65,10 +65,11 @@ struct BoundedArgs {
 template <class O, class I, class F>
 BoundedResult invokeBounded(F call, const BoundedArgs& a) {
     std::vector<I> in = typed<I>(*a.in);
+    if (in.empty()) in.push_back(static_cast<I>('A'));  // a real pointer; inLen is 0 then
     std::vector<O> out(a.nullOut ? 0 : a.outSize + kGuardUnits, guardValue<O>());
     std::uint32_t len = kNoLength;
     int st = call(a.nullOut ? nullptr : out.data(), a.outSize, a.nullOutLen ? nullptr : &len,
-                  a.nullIn || in.empty() ? nullptr : in.data(), a.inLen);
+                  a.nullIn ? nullptr : in.data(), a.inLen);
     return {st, len, untyped(out.data(), out.size()), unitValue(guardValue<O>())};
 }
 
