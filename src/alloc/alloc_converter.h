@@ -96,7 +96,7 @@ qelStrStatus convertAlloc(typename P::Dst** out, unsigned int* outLen, const typ
         *outLen = 0;
         return qelStrOk;
     }
-    if (isEmptyInput(in, inLen)) {  // also qelStrOk when the unit cannot be had
+    if (isEmptyInput(in, inLen)) {  // intended: qelStrOk even when the unit cannot be had
         *out = emptyResult<Dst>();
         *outLen = 0;
         return qelStrOk;

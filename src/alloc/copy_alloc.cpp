@@ -22,7 +22,7 @@ extern "C" QEL_API qelStrStatus qelStrUtf16CopyAlloc(char16_t** out, unsigned in
         *out = nullptr;
         return qelStrOk;
     }
-    if (empty) {  // a failed allocation leaves a null result but still succeeds
+    if (empty) {  // intended: a failed allocation gives a null result, still qelStrOk
         *out = alloc::emptyResult<u16>();
         return qelStrOk;
     }

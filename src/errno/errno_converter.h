@@ -151,6 +151,7 @@ inline typename P::Dst* convertAlloc(const typename P::Src* src) noexcept {
     bool failed = false;
     unsigned int len;
     Dst* const result = filler.detach(&len, &failed);
+    // Intended: unlike the bounded functions, errno is written on success too.
     errno = failed ? ENOMEM : (state.result < 0 ? -state.result : 0);
     filler.release();
     return result;

@@ -143,6 +143,14 @@ TEST(ErrnoBounded, EdgeAnswersOfEveryPair) {
     }
 }
 
+// A caller may pass "enough" as n; no position may wrap.
+TEST(ErrnoBounded, SizeBeyondTheAddressSpace) {
+    const char16_t src[] = {0x61, 0xE9, 0};
+    char dst[8] = {};
+    EXPECT_EQ(qel_u16stou8s(dst, src, static_cast<std::size_t>(-1)), 3u);
+    EXPECT_STREQ(dst, "a\xC3\xA9");
+}
+
 TEST(ErrnoAlloc, EveryPair) {
     struct Row {
         std::size_t fn;  // index into errnoAllocEntries()
