@@ -641,11 +641,11 @@ Outcome processFile(const std::string& path, const Options& opt, Sink& sink) {
         }
         if (opt.check && outcome == Outcome::Ok) {
             char line[1024];
-            std::snprintf(line, sizeof line, "%s: %s%s, %llu bytes, %llu lines: well-formed\n", src.name.c_str(),
+            std::snprintf(line, sizeof line, "%s: %s%s, %llu bytes, %llu line%s: well-formed\n", src.name.c_str(),
                           info(job.from).name,
                           mark ? ", byte-order mark" : detected ? ", no byte-order mark" : "",
                           static_cast<unsigned long long>(summary.bytes),
-                          static_cast<unsigned long long>(summary.lines));
+                          static_cast<unsigned long long>(summary.lines), summary.lines == 1 ? "" : "s");
             if (!sink.write(line, std::strlen(line))) outcome = Outcome::IoError;
         }
     }
