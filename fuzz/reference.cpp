@@ -117,6 +117,7 @@ void encodeUtf16(std::uint32_t cp, std::vector<std::uint32_t>& out) {
 void encodeUtf32(std::uint32_t cp, std::vector<std::uint32_t>& out) { out.push_back(cp); }
 
 Decoded decodeAt(Enc enc, const Units& s, std::size_t pos, std::size_t end) {
+    if (pos >= end) return kBad;  // nothing readable
     std::size_t avail = end - pos;
     // Copy at most four units into a typed scratch so that the typed
     // decoders see exactly what is readable.

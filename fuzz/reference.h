@@ -53,7 +53,8 @@ enum class Enc { Utf8, Utf16, Utf32 };
 // 32-bit unit values and knows its encoding beside it.
 using Units = std::vector<std::uint32_t>;
 
-// Decodes the character at s[pos], reading at most up to `end`.
+// Decodes the character at s[pos], reading at most up to `end`; nothing
+// readable (pos at or past end) is ill-formed.
 Decoded decodeAt(Enc enc, const Units& s, std::size_t pos, std::size_t end);
 void encodeAs(Enc enc, std::uint32_t cp, Units& out);
 std::size_t sizeIn(Enc enc, std::uint32_t cp);
