@@ -33,9 +33,6 @@ qelStrStatus convertOnly(typename P::Dst* out, unsigned int outSize, unsigned in
     return bounded::convertBounded<P>(out, outSize, outLen, in, inLen, state, 0);
 }
 
-// UTF-8 input arrives as char and is read as unsigned bytes.
-const u8* bytes(const char* in) { return reinterpret_cast<const u8*>(in); }
-
 }  // namespace
 
 extern "C" {
@@ -62,22 +59,22 @@ QEL_API qelStrStatus qelStrUtf32ToUtf8(char* out, unsigned int outSize, unsigned
 
 QEL_API qelStrStatus qelStrUtf8ToUtf16Ex(char16_t* out, unsigned int outSize, unsigned int* outLen, const char* in,
                                          unsigned int inLen, qelStrFlags flags) {
-    return convertEx<pairs::Utf8ToUtf16, pairs::Utf8ToUtf16Raw>(out, outSize, outLen, bytes(in), inLen, flags);
+    return convertEx<pairs::Utf8ToUtf16, pairs::Utf8ToUtf16Raw>(out, outSize, outLen, utf8Units(in), inLen, flags);
 }
 
 QEL_API qelStrStatus qelStrUtf8ToUtf16(char16_t* out, unsigned int outSize, unsigned int* outLen, const char* in,
                                        unsigned int inLen) {
-    return convertEx<pairs::Utf8ToUtf16, pairs::Utf8ToUtf16Raw>(out, outSize, outLen, bytes(in), inLen, 0);
+    return convertEx<pairs::Utf8ToUtf16, pairs::Utf8ToUtf16Raw>(out, outSize, outLen, utf8Units(in), inLen, 0);
 }
 
 QEL_API qelStrStatus qelStrUtf8ToUtf32Ex(unsigned int* out, unsigned int outSize, unsigned int* outLen,
                                          const char* in, unsigned int inLen, qelStrFlags flags) {
-    return convertEx<pairs::Utf8ToUtf32, pairs::Utf8ToUtf32Raw>(out, outSize, outLen, bytes(in), inLen, flags);
+    return convertEx<pairs::Utf8ToUtf32, pairs::Utf8ToUtf32Raw>(out, outSize, outLen, utf8Units(in), inLen, flags);
 }
 
 QEL_API qelStrStatus qelStrUtf8ToUtf32(unsigned int* out, unsigned int outSize, unsigned int* outLen,
                                        const char* in, unsigned int inLen) {
-    return convertEx<pairs::Utf8ToUtf32, pairs::Utf8ToUtf32Raw>(out, outSize, outLen, bytes(in), inLen, 0);
+    return convertEx<pairs::Utf8ToUtf32, pairs::Utf8ToUtf32Raw>(out, outSize, outLen, utf8Units(in), inLen, 0);
 }
 
 QEL_API qelStrStatus qelStrUtf16ToUtf32(unsigned int* out, unsigned int outSize, unsigned int* outLen,

@@ -14,9 +14,7 @@ extern "C" QEL_API qelStrStatus qelStrUtf16Copy(char16_t* out, unsigned int outS
     const u16* const inEnd = inputEnd(in, inLen);
 
     if (out == nullptr) {  // length query: every unit is kept, so count units
-        const u16* p = in;
-        while (p != inEnd && *p != 0) ++p;
-        *outLen = unitsBetween(in, p);
+        *outLen = unitsBeforeTerminator(in, inEnd);
         return qelStrOk;
     }
 

@@ -21,9 +21,6 @@ int reported(int r) noexcept {
     return -1;
 }
 
-u8* bytesOf(char* p) noexcept { return reinterpret_cast<u8*>(p); }
-const u8* bytesOf(const char* p) noexcept { return reinterpret_cast<const u8*>(p); }
-
 // qel_u16tou32 and qel_u16sctou32: the character at src, `avail` units readable.
 int u16ToU32(u32* dst, const u16* src, std::size_t avail) noexcept {
     if (src == nullptr || src[0] == 0) return 0;
@@ -40,7 +37,7 @@ int u8ToU32(u32* dst, const char* src, std::size_t avail) noexcept {
     if (src == nullptr || src[0] == 0) return 0;
     u32 scratch;
     u32* const out = dst != nullptr ? dst : &scratch;
-    const u8* const s = bytesOf(src);
+    const u8* const s = utf8Units(src);
     if (s[0] < 0x80u) {  // the count is not consulted for ASCII
         *out = s[0];
         return 1;
@@ -56,7 +53,7 @@ int u8ToU16(u16* dst, std::size_t room, const char* src, std::size_t avail) noex
         dst = scratch;
         room = 2;
     }
-    const u8* const s = bytesOf(src);
+    const u8* const s = utf8Units(src);
     if (s[0] < 0x80u) {  // one unit, stored without consulting the room
         dst[0] = s[0];
         return 1;
@@ -66,7 +63,7 @@ int u8ToU16(u16* dst, std::size_t room, const char* src, std::size_t avail) noex
 
 // qel_u8clen and qel_u8sclen, past their argument checks.
 int u8Length(const char* s, std::size_t avail) noexcept {
-    const u8* const b = bytesOf(s);
+    const u8* const b = utf8Units(s);
     if (b[0] < 0x80u) return b[0] != 0 ? 1 : 0;
     u32 cp;
     return reported(rules::decodeUtf8(b, avail, cp));
@@ -95,7 +92,7 @@ extern "C" QEL_API int qel_u16tou8(char* dst, char16_t c) {
         dst[0] = static_cast<char>(c);
         return 1;
     }
-    return reported(chars::u16ctou8Low(bytesOf(dst), 3, &c, 1));
+    return reported(chars::u16ctou8Low(utf8Units(dst), 3, &c, 1));
 }
 
 extern "C" QEL_API int qel_u16tou8n(char* dst, char16_t c, size_t n) {
@@ -105,7 +102,7 @@ extern "C" QEL_API int qel_u16tou8n(char* dst, char16_t c, size_t n) {
         return 1;
     }
     // One unit available: a surrogate can never form a pair here.
-    return reported(chars::u16ctou8Low(bytesOf(dst), n, &c, 1));
+    return reported(chars::u16ctou8Low(utf8Units(dst), n, &c, 1));
 }
 
 extern "C" QEL_API int qel_u16tou8n_s(char* dst, size_t n, const char16_t* src, size_t srcn) {
@@ -114,7 +111,7 @@ extern "C" QEL_API int qel_u16tou8n_s(char* dst, size_t n, const char16_t* src, 
         dst[0] = static_cast<char>(src[0]);
         return 1;
     }
-    return reported(chars::u16ctou8Low(bytesOf(dst), n, src, srcn));
+    return reported(chars::u16ctou8Low(utf8Units(dst), n, src, srcn));
 }
 
 extern "C" QEL_API int qel_u16sctou8(char* dst, size_t n, const char16_t* src) {
@@ -125,7 +122,7 @@ extern "C" QEL_API int qel_u16sctou8(char* dst, size_t n, const char16_t* src) {
         dst[0] = static_cast<char>(src[0] & 0xFFu);
         return 1;
     }
-    return reported(chars::u16ctou8Low(bytesOf(dst), 0, src, kUnbounded));
+    return reported(chars::u16ctou8Low(utf8Units(dst), 0, src, kUnbounded));
 }
 
 extern "C" QEL_API int qel_u32tou8(char* dst, unsigned int c) {
@@ -134,7 +131,7 @@ extern "C" QEL_API int qel_u32tou8(char* dst, unsigned int c) {
         dst[0] = static_cast<char>(c);
         return 1;
     }
-    return reported(chars::u32ctou8Low(bytesOf(dst), c, 4));
+    return reported(chars::u32ctou8Low(utf8Units(dst), c, 4));
 }
 
 extern "C" QEL_API int qel_u32tou8n(char* dst, unsigned int c, size_t n) {
@@ -143,7 +140,7 @@ extern "C" QEL_API int qel_u32tou8n(char* dst, unsigned int c, size_t n) {
         dst[0] = static_cast<char>(c);
         return 1;
     }
-    return reported(chars::u32ctou8Low(bytesOf(dst), c, n));
+    return reported(chars::u32ctou8Low(utf8Units(dst), c, n));
 }
 
 // ---- into UTF-16 -------------------------------------------------------------
@@ -232,7 +229,7 @@ extern "C" QEL_API int qel_u32sclen(const unsigned int* s) {
 // their top bits only, with no range, overlong or surrogate tests, and no
 // byte after one below 0x80 is read.
 extern "C" QEL_API int qel_u8mbclen(const char* s) {
-    const u8* const b = bytesOf(s);
+    const u8* const b = utf8Units(s);
     if (b[0] < 0x80u || b[1] < 0x80u) return 1;
     if (b[0] < 0xC0u) {  // a stray continuation byte: step over up to three
         if (b[1] >= 0xC0u) return 1;

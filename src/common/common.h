@@ -75,6 +75,7 @@ inline bool answeredByArgumentChecks(O* out, unsigned int outSize, unsigned int*
 // UTF-8 text arrives as char at the public interface and is read as unsigned
 // bytes inside.
 inline const u8* utf8Units(const char* s) noexcept { return reinterpret_cast<const u8*>(s); }
+inline u8* utf8Units(char* s) noexcept { return reinterpret_cast<u8*>(s); }
 
 // Units of an input before its first zero unit or its end, whichever comes
 // first.
