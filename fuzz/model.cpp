@@ -68,6 +68,10 @@ void closeCut(bool standardUtf8, bool fullLength, Units& text, const Units& seqO
 int statusFor(int result) { return result == kOk ? 0 : (result == kNoRoom ? 68 : 368); }
 
 struct BoundedWalk {
+    BoundedWalk(const Pair& p, const Units& input, std::size_t inputEnd, bool term, bool full, std::size_t size)
+        : pair(p), in(input), end(inputEnd), terminator(term), fullLength(full), outSize(size),
+          form(inputForm(p)), std8(standardUtf8Output(p)) {}
+
     const Pair& pair;
     const Units& in;
     std::size_t end;
@@ -281,8 +285,7 @@ BoundedOutcome boundedCall(const Pair& p, const Units& in, bool nullIn, std::uin
         o.writesNothing = true;
         return o;
     }
-    BoundedWalk w{p, in, inputEnd(in, inLen), terminator, (flags & kFullLength) != 0, outSize,
-                  inputForm(p), standardUtf8Output(p)};
+    BoundedWalk w(p, in, inputEnd(in, inLen), terminator, (flags & kFullLength) != 0, outSize);
     w.run(conv);
     o.text = w.text;
     o.terminator = terminator;
