@@ -15,6 +15,7 @@
 
 #include <fcntl.h>
 #include <getopt.h>
+#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -555,7 +556,7 @@ int parseOptions(int argc, char** argv, Options& opt) {
         if (c == -1) break;
         switch (c) {
         case 'f':
-            if (std::strcmp(optarg, "auto") == 0 || std::strcmp(optarg, "AUTO") == 0) {
+            if (strcasecmp(optarg, "auto") == 0) {
                 opt.from.reset();
             } else if (!(opt.from = parseEncoding(optarg))) {
                 return usageError("unknown input encoding '%s' (use auto, utf8, utf16le, utf16be, utf32le or utf32be)",
