@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -72,6 +73,12 @@ std::string scratchDir() {
     }();
     return dir;
 }
+
+// Each test program removes its scratch directory when it ends.
+class ScratchCleanup : public ::testing::Environment {
+    void TearDown() override { std::filesystem::remove_all(scratchDir()); }
+};
+::testing::Environment* const kCleanup = ::testing::AddGlobalTestEnvironment(new ScratchCleanup);
 
 std::string writeFile(const std::string& name, const Bytes& content) {
     const std::string path = scratchDir() + "/" + name;
