@@ -3,6 +3,12 @@
 # pkg-config file. Both the package and the .pc file are relocatable.
 include(CMakePackageConfigHelpers)
 
+# A static libqelutf carries references into the C++ runtime; a program that
+# the C driver links has to name it.
+if(NOT QELUTF_SHARED)
+  target_link_libraries(qelutf INTERFACE $<$<LINK_LANGUAGE:C>:stdc++>)
+endif()
+
 install(TARGETS qelutf qelstrmem EXPORT qelutfTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -28,10 +34,9 @@ else()
   string(REGEX REPLACE "/$" "" _qelutf_up "${_qelutf_up}")
   set(QELUTF_PC_PREFIX "\${pcfiledir}/${_qelutf_up}")
 endif()
-# A static libqelutf needs the C++ runtime when linked from C.
-set(QELUTF_PC_PRIVATE "")
+set(QELUTF_PC_RUNTIME "")
 if(NOT QELUTF_SHARED)
-  set(QELUTF_PC_PRIVATE "Libs.private: -lstdc++")
+  set(QELUTF_PC_RUNTIME " -lstdc++")
 endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/qelutf.pc.in ${PROJECT_BINARY_DIR}/qelutf.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/qelutf.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
