@@ -217,12 +217,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         dstAfter = untyped(d.data(), d.size());
         guard = unitValue(guardValue<char16_t>());
     };
-    auto run32 = [&](auto call) {
-        std::vector<unsigned int> d(kDst, guardValue<unsigned int>());
-        got = call(nullDst ? nullptr : d.data());
-        dstAfter = untyped(d.data(), d.size());
-        guard = unitValue(guardValue<unsigned int>());
-    };
     std::vector<char16_t> s16 = typed<char16_t>(src);
     std::vector<char> s8 = typed<char>(src);
     std::vector<unsigned int> s32 = typed<unsigned int>(src);
