@@ -17,6 +17,7 @@
 #include "common/common.h"
 #include "common/sequence.h"
 #include "core/pairs.h"
+#include "core/simd.h"
 
 namespace qel {
 namespace bounded {
@@ -43,6 +44,7 @@ constexpr bool isPlainUnit(U u) noexcept {
 template <class P, class Sink>
 void walk(const typename P::Src*& runStart, const typename P::Src* inEnd, Sink& sink, ConvState& state) {
     using Src = typename P::Src;
+    const auto findStop = simd::scanKernels<Src>(simd::active()).findStop;
     const Src* read = runStart;
     for (;;) {
         if (read == runStart) {
@@ -50,11 +52,17 @@ void walk(const typename P::Src*& runStart, const typename P::Src* inEnd, Sink& 
             runStart = read;
             if (!goOn) return;
         }
-        if (read == inEnd || *read == 0) break;
-        if (static_cast<u32>(*read) != seq::kStart) {  // joins the pending run
+        if (read != inEnd && *read != 0 && static_cast<u32>(*read) != seq::kStart) {
+            // The unit joins the pending run, and so does every unit up to
+            // the next zero unit, 0x01 or the input end.
             ++read;
-            continue;
+            if (findStop != nullptr) {
+                read = findStop(read, inEnd);
+            } else {
+                while (read != inEnd && static_cast<u32>(*read) > seq::kStart) ++read;
+            }
         }
+        if (read == inEnd || *read == 0) break;
         const seq::Recognised<Src> found = P::SrcForm::recognise(read, inEnd);
         if (!found.valid) {
             // The 0x01 and the units the recogniser passed join the pending
@@ -100,10 +108,15 @@ template <class P>
 struct Counter {
     using Src = typename P::Src;
     unsigned int& count;
+    const decltype(simd::ScanKernels<Src>::findSpecial) findSpecial = simd::scanKernels<Src>(simd::active()).findSpecial;
 
     bool plain(const Src*& read, const Src* inEnd) noexcept {
         const Src* const from = read;
-        while (read != inEnd && isPlainUnit(*read)) ++read;
+        if (findSpecial != nullptr) {
+            read = findSpecial(read, inEnd);
+        } else {
+            while (read != inEnd && isPlainUnit(*read)) ++read;
+        }
         count += unitsBetween(from, read);
         return true;
     }
@@ -129,8 +142,12 @@ struct BufferWriter {
     const bool fullLength;
     ConvState& state;
 
-    // Unit at a time; a bulk ASCII copy can take this loop's place.
+    const simd::CopyPlain<Src, Dst> copyPlain = simd::copyPlain<Src, Dst>(simd::active());
+
+    // Blocks of plain units at once where there is a kernel; the loop takes
+    // what is left: the unit that does not fit, or all of them.
     bool plain(const Src*& read, const Src* inEnd) noexcept {
+        if (copyPlain != nullptr) copyPlain(&read, inEnd, &w, plainEnd);
         for (; read != inEnd && isPlainUnit(*read); ++read) {
             if (w >= plainEnd) {
                 state.result = kNoRoom;

@@ -26,8 +26,11 @@
 // first unit of an ill-formed character.
 #pragma once
 
+#include <cstddef>
+
 #include "common/common.h"
 #include "core/rules.h"
+#include "core/simd.h"
 #include "qel/qelcore.h"
 
 namespace qel {
@@ -106,23 +109,56 @@ struct MeasureSource {
     static constexpr int measure(int in, int /*out*/) noexcept { return in; }
 };
 
-// ---- room for speed -----------------------------------------------------------
+// ---- the bulk step ----------------------------------------------------------------
 
-// The bulk step of every core runs at the top of its per-character loop. A
-// vectorised implementation may consume here a block of source units below
-// P::kFastBelow (each one character of one target unit), advancing p (and n,
-// or o). It must leave at least one input unit and at least one unit of
-// output room for the per-character step that follows, so that the last
-// character of a call, the success result, the withdrawal of the safe
-// converter and every chunk move stay with that step and every result and
-// cursor is exactly what the step alone would give. For now it consumes
-// nothing.
+// The bulk step runs at the top of every kind's per-character loop. Through
+// the pair's vector kernel (core/simd.h), when the process has one, it takes
+// a stretch of whole, well-formed characters at once, exactly as the
+// per-character step would have taken them, advancing p (and n, or o). It
+// leaves at least one input unit and at least one unit of output room, so
+// that the last character of a call, the withdrawal of the safe converter,
+// every chunk move and every error stay with the per-character step, and
+// every result and cursor is what that step alone gives. `result` receives
+// the success value of the last character taken that is not a fast one when
+// the kind reports such characters (`reportsSlow`).
 template <class P>
-struct Bulk {
+class Bulk {
+public:
     using S = typename P::Source::Unit;
     using D = typename P::Target::Unit;
-    static void measure(const S*& /*p*/, const S* /*end*/, unsigned int& /*n*/) noexcept {}
-    static void convert(const S*& /*p*/, const S* /*end*/, D*& /*o*/, const D* /*outEnd*/) noexcept {}
+    static_assert(simd::kFastBelow<S, D> == P::kFastBelow, "the kernels' fast characters are the pair's");
+
+    Bulk() noexcept : Bulk(simd::active()) {}
+    explicit Bulk(const simd::Kernels& kernels) noexcept : kernels_(simd::coreKernels<S, D>(kernels)) {}
+
+    void measure(const S*& p, const S* end, unsigned int& n, int& result, bool reportsSlow) const noexcept {
+        if (kernels_.measure == nullptr || end - p <= kMinRun) return;
+        simd::SlowChar last;
+        kernels_.measure(&p, end, &n, &last);
+        if (reportsSlow && last.len != 0) result = P::measure(last.len, last.size);
+    }
+    void convert(const S*& p, const S* end, D*& o, const D* outEnd, int& result, bool reportsSlow) const noexcept {
+        if (kernels_.convert == nullptr || end - p <= kMinRun || outEnd - o <= kMinRoom) return;
+        simd::SlowChar last;
+        kernels_.convert(&p, end, &o, outEnd, &last);
+        if (reportsSlow && last.len != 0) result = P::measure(last.len, last.size);
+    }
+
+private:
+    // Below these the per-character step finishes alone: a kernel would
+    // gain nothing and could be called for every character left.
+    static constexpr std::ptrdiff_t kMinRun = 8;
+    static constexpr std::ptrdiff_t kMinRoom = 16;
+    simd::CoreKernels<S, D> kernels_;
+};
+
+// A bulk step that takes nothing: the per-character code alone.
+template <class P>
+struct NoBulk {
+    using S = typename P::Source::Unit;
+    using D = typename P::Target::Unit;
+    void measure(const S*&, const S*, unsigned int&, int&, bool) const noexcept {}
+    void convert(const S*&, const S*, D*&, const D*, int&, bool) const noexcept {}
 };
 
 // ---- the kinds ------------------------------------------------------------------
@@ -134,13 +170,13 @@ using DstOf = typename P::Target::Unit;
 
 // Adds to *count the output size of the well-formed characters from *in;
 // stops with kIllFormed on the first ill-formed one.
-template <class P>
-int measureRun(unsigned int* count, const SrcOf<P>** in, const SrcOf<P>* inEnd) noexcept {
+template <class P, class B = Bulk<P>>
+int measureRun(unsigned int* count, const SrcOf<P>** in, const SrcOf<P>* inEnd, const B& bulk = B()) noexcept {
     const SrcOf<P>* p = *in;
     unsigned int n = *count;
     int result = 0;
     while (p != inEnd) {
-        Bulk<P>::measure(p, inEnd, n);
+        bulk.measure(p, inEnd, n, result, reports(P::kMeasureReports, false));
         const u32 unit = *p;
         if (unit < P::kFastBelow) {
             ++n;
@@ -167,13 +203,14 @@ int measureRun(unsigned int* count, const SrcOf<P>** in, const SrcOf<P>* inEnd) 
 // A character that fills the output exactly is withdrawn again (its units stay
 // beyond the returned cursor) and the result is kNoRoom, so the caller can
 // always write a terminator at the returned cursor.
-template <class P>
-int convertSafe(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, const SrcOf<P>* inEnd) noexcept {
+template <class P, class B = Bulk<P>>
+int convertSafe(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, const SrcOf<P>* inEnd,
+                const B& bulk = B()) noexcept {
     DstOf<P>* o = *out;
     const SrcOf<P>* p = *in;
     int result = 0;
     while (p != inEnd) {
-        Bulk<P>::convert(p, inEnd, o, outEnd);
+        bulk.convert(p, inEnd, o, outEnd, result, reports(P::kSafeReports, false));
         const u32 unit = *p;
         const bool fast = unit < P::kFastBelow;
         int len = 1;
@@ -215,13 +252,14 @@ int convertSafe(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, con
 
 // Converts into [*out, outEnd) and may fill it: a full output ends the call
 // with success even when input remains (the caller compares *in with inEnd).
-template <class P>
-int convertFill(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, const SrcOf<P>* inEnd) noexcept {
+template <class P, class B = Bulk<P>>
+int convertFill(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, const SrcOf<P>* inEnd,
+                const B& bulk = B()) noexcept {
     DstOf<P>* o = *out;
     const SrcOf<P>* p = *in;
     int result = 0;
     while (p != inEnd && o != outEnd) {
-        Bulk<P>::convert(p, inEnd, o, outEnd);
+        bulk.convert(p, inEnd, o, outEnd, result, true);
         const u32 unit = *p;
         if (unit < P::kFastBelow) {
             *o++ = static_cast<DstOf<P>>(unit);
@@ -254,9 +292,9 @@ int convertFill(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, con
 // chunk. A move to the next chunk happens only when input remains; when no
 // chunk can be had the result is kNoMemory with *in, *out and *outEnd as
 // before the move, while the buffer stands on the empty slot.
-template <class P>
+template <class P, class B = Bulk<P>>
 int convertAlloc(qelChrXBuf<DstOf<P>>* buf, DstOf<P>** out, const DstOf<P>** outEnd, const SrcOf<P>** in,
-                 const SrcOf<P>* inEnd) noexcept {
+                 const SrcOf<P>* inEnd, const B& bulk = B()) noexcept {
     using D = DstOf<P>;
     D* o = *out;
     const D* oe = *outEnd;
@@ -272,7 +310,7 @@ int convertAlloc(qelChrXBuf<DstOf<P>>* buf, DstOf<P>** out, const DstOf<P>** out
             o = chunk;
             oe = chunk + buf->curCapacity;
         }
-        Bulk<P>::convert(p, inEnd, o, oe);
+        bulk.convert(p, inEnd, o, oe, result, true);
         const u32 unit = *p;
         if (unit < P::kFastBelow) {
             *o++ = static_cast<D>(unit);

@@ -1,21 +1,12 @@
 // UTF-16 -> UTF-32 cores. Every character is one output unit, so nothing is
 // ever split; every core answers exactly 0 on success. The pair has no fill
 // converter.
-#include "core/core_kinds.h"
 #include "core/cores.h"
+#include "core/policies.h"
 
 using namespace qel;
 using namespace qel::core;
-
-namespace {
-
-struct Utf16ToUtf32 : PairPolicy<Utf16Source, Utf32Target> {
-    static constexpr u32 kFastBelow = 0xD800u;
-    static constexpr int kAllocStart = 0;
-    static constexpr int measure(int /*in*/, int /*out*/) noexcept { return 0; }
-};
-
-}  // namespace
+using policy::Utf16ToUtf32;
 
 int u16stou32sPreflightLow(unsigned int* count, const char16_t** in, const char16_t* inEnd) {
     return measureRun<Utf16ToUtf32>(count, in, inEnd);

@@ -1,19 +1,11 @@
 // UTF-16 -> UTF-8 cores. A unit below 0x80 is one byte; the success values
 // are byte sizes of the output.
-#include "core/core_kinds.h"
 #include "core/cores.h"
+#include "core/policies.h"
 
 using namespace qel;
 using namespace qel::core;
-
-namespace {
-
-struct Utf16ToUtf8 : PairPolicy<Utf16Source, Utf8Target>, MeasureTarget {
-    static constexpr u32 kFastBelow = 0x80u;
-    static constexpr Reports kMeasureReports = Reports::Nothing;  // the measuring core answers 0
-};
-
-}  // namespace
+using policy::Utf16ToUtf8;
 
 int u16stou8sPreflightLow(unsigned int* count, const char16_t** in, const char16_t* inEnd) {
     return measureRun<Utf16ToUtf8>(count, in, inEnd);

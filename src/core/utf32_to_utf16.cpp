@@ -2,19 +2,12 @@
 // 0xE000 a unit is one output unit or, above 0xFFFF, a surrogate pair, which
 // the allocating core may split across two chunks. The success values are
 // output sizes in units.
-#include "core/core_kinds.h"
 #include "core/cores.h"
+#include "core/policies.h"
 
 using namespace qel;
 using namespace qel::core;
-
-namespace {
-
-struct Utf32ToUtf16 : PairPolicy<Utf32Source, Utf16Target>, MeasureTarget {
-    static constexpr u32 kFastBelow = 0xD800u;
-};
-
-}  // namespace
+using policy::Utf32ToUtf16;
 
 int u32stou16sPreflightLow(unsigned int* count, const unsigned int** in, const unsigned int* inEnd) {
     return measureRun<Utf32ToUtf16>(count, in, inEnd);

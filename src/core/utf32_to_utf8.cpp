@@ -1,18 +1,11 @@
 // UTF-32 -> UTF-8 cores. A unit below 0x80 is one byte; the success values
 // are byte sizes of the output.
-#include "core/core_kinds.h"
 #include "core/cores.h"
+#include "core/policies.h"
 
 using namespace qel;
 using namespace qel::core;
-
-namespace {
-
-struct Utf32ToUtf8 : PairPolicy<Utf32Source, Utf8Target>, MeasureTarget {
-    static constexpr u32 kFastBelow = 0x80u;
-};
-
-}  // namespace
+using policy::Utf32ToUtf8;
 
 int u32stou8sPreflightLow(unsigned int* count, const unsigned int** in, const unsigned int* inEnd) {
     return measureRun<Utf32ToUtf8>(count, in, inEnd);

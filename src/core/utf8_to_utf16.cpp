@@ -2,19 +2,12 @@
 // three bytes is one unit and a four-byte one a surrogate pair, which the
 // allocating core may split across two chunks. The success values are byte
 // lengths of the input sequences.
-#include "core/core_kinds.h"
 #include "core/cores.h"
+#include "core/policies.h"
 
 using namespace qel;
 using namespace qel::core;
-
-namespace {
-
-struct Utf8ToUtf16 : PairPolicy<Utf8Source, Utf16Target>, MeasureSource {
-    static constexpr u32 kFastBelow = 0x80u;
-};
-
-}  // namespace
+using policy::Utf8ToUtf16;
 
 int u8stou16sPreflightLow(unsigned int* count, const unsigned char** in, const unsigned char* inEnd) {
     return measureRun<Utf8ToUtf16>(count, in, inEnd);

@@ -2,22 +2,12 @@
 // cores the success value is the byte length of the last multi-byte sequence
 // of the call; the safe converter moves its input cursor back by that value
 // when it withdraws a character.
-#include "core/core_kinds.h"
 #include "core/cores.h"
+#include "core/policies.h"
 
 using namespace qel;
 using namespace qel::core;
-
-namespace {
-
-struct Utf8ToUtf32 : PairPolicy<Utf8Source, Utf32Target>, MeasureSource {
-    static constexpr u32 kFastBelow = 0x80u;
-    static constexpr int kAllocStart = 0;
-    static constexpr Reports kSafeReports = Reports::SlowChars;  // intended: the fill converter's value
-    static constexpr bool kSafeStepsBackByResult = true;         // intended: see convertSafe
-};
-
-}  // namespace
+using policy::Utf8ToUtf32;
 
 int u8stou32sPreflightLow(unsigned int* count, const unsigned char** in, const unsigned char* inEnd) {
     return measureRun<Utf8ToUtf32>(count, in, inEnd);

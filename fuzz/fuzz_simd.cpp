@@ -1,0 +1,208 @@
+// Fuzz target: the vector kernels against the per-character code. The fuzz
+// data choose a pair and a text in its source encoding; every kind of core
+// of that pair then runs with the kernels of each instruction set this CPU
+// has and with the per-character code alone, the bounded kinds at every
+// output size and the allocating one from every offset near the end of its
+// first chunk, and the two must agree on the result, both cursors, the count
+// and every unit of the output block. The walker kernels run on the same
+// text and must agree with their one-unit-at-a-time definitions.
+//
+// Data: pair, text mode, then the text (see makeText).
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "core/policies.h"
+#include "core/simd.h"
+#include "harness.h"
+#include "qel/qelcore.h"
+
+using namespace qelfuzz;
+namespace core = qel::core;
+namespace simd = qel::simd;
+namespace policy = qel::core::policy;
+
+namespace {
+
+std::vector<const simd::Kernels*> vectorSets() {
+    std::vector<const simd::Kernels*> sets;
+    for (simd::Isa isa : {simd::Isa::Sse2, simd::Isa::Avx2, simd::Isa::Avx512})
+        if (const simd::Kernels* k = simd::forIsa(isa)) sets.push_back(k);
+    return sets;
+}
+
+template <class T>
+std::unique_ptr<T[]> block(const std::vector<T>& v) {
+    std::unique_ptr<T[]> b(new T[v.size() + (v.empty() ? 1 : 0)]);
+    if (!v.empty()) std::memcpy(b.get(), v.data(), v.size() * sizeof(T));
+    return b;
+}
+
+template <class D>
+struct Outcome {
+    int result = 0;
+    std::ptrdiff_t consumed = 0;
+    std::ptrdiff_t written = 0;
+    std::vector<D> buffer;
+    bool operator==(const Outcome& o) const {
+        return result == o.result && consumed == o.consumed && written == o.written && buffer == o.buffer;
+    }
+};
+
+enum class Kind { Measure, Safe, Fill, Alloc };
+
+template <class P, class B>
+Outcome<core::DstOf<P>> run(Kind kind, const std::vector<core::SrcOf<P>>& text, std::size_t room, const B& bulk) {
+    using S = core::SrcOf<P>;
+    using D = core::DstOf<P>;
+    const auto in = block(text);
+    const S* cursor = in.get();
+    const S* const end = in.get() + text.size();
+    Outcome<D> out;
+    if (kind == Kind::Measure) {
+        unsigned int count = 3;
+        out.result = core::measureRun<P>(&count, &cursor, end, bulk);
+        out.written = count;
+    } else if (kind == Kind::Alloc) {
+        qelChrXBuf<D> buf;
+        std::memset(buf.firstChunk, 0x5A, sizeof buf.firstChunk);
+        D* o = buf.firstChunk + 512 - room;
+        const D* oe = buf.firstChunk + 512;
+        out.result = core::convertAlloc<P>(&buf, &o, &oe, &cursor, end, bulk);
+        unsigned int len = 0;
+        bool failed = false;
+        D* joined = buf.detach(&len, o, oe, &failed, 0);
+        out.written = len;
+        if (joined != nullptr) out.buffer.assign(joined, joined + len);
+        qelStrFree(joined);
+        buf.release();
+    } else {
+        const auto o0 = block(std::vector<D>(room, static_cast<D>(0x5A)));
+        D* o = o0.get();
+        if (kind == Kind::Safe) {
+            out.result = core::convertSafe<P>(&o, o0.get() + room, &cursor, end, bulk);
+        } else {
+            out.result = core::convertFill<P>(&o, o0.get() + room, &cursor, end, bulk);
+        }
+        out.written = o - o0.get();
+        out.buffer.assign(o0.get(), o0.get() + room);
+    }
+    out.consumed = cursor - in.get();
+    return out;
+}
+
+template <class P>
+void compare(Kind kind, const std::vector<core::SrcOf<P>>& text, std::size_t room,
+             const std::vector<const simd::Kernels*>& sets) {
+    const auto expected = run<P>(kind, text, room, core::NoBulk<P>());
+    for (const simd::Kernels* k : sets) {
+        if (!(run<P>(kind, text, room, core::Bulk<P>(*k)) == expected)) {
+            std::fprintf(stderr, "kernels of set %d differ: kind %d, room %zu, %zu units\n",
+                         static_cast<int>(k->isa), static_cast<int>(kind), room, text.size());
+            QF_CHECK(false);
+        }
+    }
+}
+
+template <class P, bool kHasFill = true>
+void checkCores(const qelref::Units& units, const std::vector<const simd::Kernels*>& sets) {
+    using S = core::SrcOf<P>;
+    std::vector<S> text;
+    for (std::uint32_t u : units) text.push_back(static_cast<S>(u));
+    compare<P>(Kind::Measure, text, 0, sets);
+    unsigned int need = 0;
+    const S* cursor = text.data();
+    core::measureRun<P>(&need, &cursor, text.data() + text.size(), core::NoBulk<P>());
+    for (std::size_t room = 0; room <= need + 2; ++room) {
+        if (room > 0) compare<P>(Kind::Safe, text, room, sets);
+        if constexpr (kHasFill) compare<P>(Kind::Fill, text, room, sets);
+        if (room > 0 && room <= 40) compare<P>(Kind::Alloc, text, room, sets);
+    }
+}
+
+// The walker kernels of source U and target D from every start position,
+// with the text's own end and as a zero-terminated string.
+template <class U, class D>
+void checkWalkers(const qelref::Units& units, const std::vector<const simd::Kernels*>& sets) {
+    std::vector<U> text;
+    for (std::uint32_t u : units) text.push_back(static_cast<U>(u));
+    text.push_back(0);
+    const auto b = block(text);
+    const U* const begin = b.get();
+    const std::size_t n = text.size() - 1;
+    std::vector<D> out(n + 1);
+    for (const simd::Kernels* k : sets) {
+        const auto scan = simd::scanKernels<U>(*k);
+        const auto copy = simd::copyPlain<U, D>(*k);
+        for (std::size_t from = 0; from <= n; from += 1 + from / 16) {
+            for (const U* end : {begin + n, static_cast<const U*>(nullptr)}) {
+                const U* stop = begin + from;
+                while (stop != end && static_cast<std::uint32_t>(*stop) > 1) ++stop;
+                QF_CHECK(scan.findStop(begin + from, end) == stop);
+                const U* special = begin + from;
+                while (special != end && static_cast<std::uint32_t>(*special) - 2 < 0x7E) ++special;
+                QF_CHECK(scan.findSpecial(begin + from, end) == special);
+                const std::size_t plain = static_cast<std::size_t>(special - (begin + from));
+                for (std::size_t room : {std::size_t{0}, plain / 2, plain, plain + 1}) {
+                    const U* p = begin + from;
+                    D* o = out.data();
+                    copy(&p, end, &o, out.data() + room);
+                    const std::size_t copied = plain < room ? plain : room;
+                    QF_CHECK(p == begin + from + copied && o == out.data() + copied);
+                    for (std::size_t i = 0; i < copied; ++i) QF_CHECK(out[i] == static_cast<D>(begin[from + i]));
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const std::vector<const simd::Kernels*> sets = vectorSets();
+    if (sets.empty()) return 0;
+    Reader r(data, size);
+    const int pair = r.byte() % 6;
+    const bool structured = (r.byte() & 1) != 0;
+    using qelref::Enc;
+    switch (pair) {
+    case 0: {
+        const qelref::Units t = makeText(r, Enc::Utf8, structured, false);
+        checkCores<policy::Utf8ToUtf16>(t, sets);
+        checkWalkers<qel::u8, qel::u16>(t, sets);
+        break;
+    }
+    case 1: {
+        const qelref::Units t = makeText(r, Enc::Utf8, structured, false);
+        checkCores<policy::Utf8ToUtf32>(t, sets);
+        checkWalkers<qel::u8, qel::u32>(t, sets);
+        break;
+    }
+    case 2: {
+        const qelref::Units t = makeText(r, Enc::Utf16, structured, false);
+        checkCores<policy::Utf16ToUtf8>(t, sets);
+        checkWalkers<qel::u16, char>(t, sets);
+        break;
+    }
+    case 3: {
+        const qelref::Units t = makeText(r, Enc::Utf16, structured, false);
+        checkCores<policy::Utf16ToUtf32, false>(t, sets);
+        checkWalkers<qel::u16, qel::u32>(t, sets);
+        break;
+    }
+    case 4: {
+        const qelref::Units t = makeText(r, Enc::Utf32, structured, false);
+        checkCores<policy::Utf32ToUtf8>(t, sets);
+        checkWalkers<qel::u32, char>(t, sets);
+        break;
+    }
+    default: {
+        const qelref::Units t = makeText(r, Enc::Utf32, structured, false);
+        checkCores<policy::Utf32ToUtf16>(t, sets);
+        checkWalkers<qel::u32, qel::u16>(t, sets);
+        break;
+    }
+    }
+    return 0;
+}

@@ -1,0 +1,134 @@
+// Vectorised building blocks of the cores and the walkers, chosen once per
+// process for the CPU it runs on: AVX-512 (BW, VBMI, VBMI2), AVX2 or SSE2 on
+// x86-64, none elsewhere or in a QELUTF_SCALAR build. A kernel that is not
+// there is a null pointer and its caller runs its own per-unit code, which is
+// what every kernel must agree with exactly.
+//
+// Core kernels (one pair each) take whole, well-formed characters from *p
+// while they can, the way the per-character code of the cores would, and
+// stop before anything else. They always leave at least one input unit and at
+// least one unit of output room, so that the per-character code makes the
+// last step of a run and every decision at its edges.
+//
+//   convert(p, end, o, outEnd, last)  writes the characters taken at *o
+//   measure(p, end, n, last)          adds their output units to *n
+//
+// `last` receives the input and output size of the last character taken
+// that is not a one-unit fast character of the pair (see kFastBelow), or is
+// left alone when there was none.
+//
+// Walker kernels look at a string whose end `end` is only compared for
+// equality (it may lie before p or be null: only a zero unit ends such a
+// string). They read whole blocks only where a block cannot cross into
+// another memory page than a unit the string is known to have, and decide
+// only on units up to the first zero unit:
+//
+//   findStop(p, end)     the first position from p that is end, a zero unit
+//                        or 0x01
+//   findSpecial(p, end)  the first position from p that is end or holds a
+//                        unit other than a plain one (0x02..0x7F)
+//   copyPlain(p, end, o, oEnd)  copies plain units from *p to *o, one target
+//                        unit each, until a unit that is not plain, `end`, or
+//                        *o reaching oEnd (written up to, never at oEnd)
+#pragma once
+
+#include <type_traits>
+
+#include "common/common.h"
+
+namespace qel {
+namespace simd {
+
+enum class Isa { Scalar, Sse2, Avx2, Avx512 };
+
+// Sizes of a character taken by a core kernel.
+struct SlowChar {
+    int len = 0;   // input units, 0 when no such character was taken
+    int size = 0;  // output units
+};
+
+// Units below this are one-unit characters on both sides of a pair: they
+// leave the success results alone in most kinds of core.
+template <class S, class D>
+constexpr u32 kFastBelow = (sizeof(S) > 1 && sizeof(D) > 1) ? 0xD800u : 0x80u;
+
+template <class S, class D>
+struct CoreKernels {
+    void (*convert)(const S** p, const S* end, D** o, const D* outEnd, SlowChar* last) noexcept = nullptr;
+    void (*measure)(const S** p, const S* end, unsigned int* n, SlowChar* last) noexcept = nullptr;
+};
+
+template <class U>
+struct ScanKernels {
+    const U* (*findStop)(const U* p, const U* end) noexcept = nullptr;
+    const U* (*findSpecial)(const U* p, const U* end) noexcept = nullptr;
+};
+
+template <class S, class D>
+using CopyPlain = void (*)(const S** p, const S* end, D** o, const D* oEnd) noexcept;
+
+struct Kernels {
+    Isa isa = Isa::Scalar;
+    CoreKernels<u8, u16> u8u16;
+    CoreKernels<u8, u32> u8u32;
+    CoreKernels<u16, char> u16u8;
+    CoreKernels<u16, u32> u16u32;
+    CoreKernels<u32, char> u32u8;
+    CoreKernels<u32, u16> u32u16;
+    ScanKernels<u8> scan8;
+    ScanKernels<u16> scan16;
+    ScanKernels<u32> scan32;
+    CopyPlain<u8, u16> plain8to16 = nullptr;
+    CopyPlain<u8, u32> plain8to32 = nullptr;
+    CopyPlain<u16, char> plain16to8 = nullptr;
+    CopyPlain<u16, u32> plain16to32 = nullptr;
+    CopyPlain<u32, char> plain32to8 = nullptr;
+    CopyPlain<u32, u16> plain32to16 = nullptr;
+};
+
+// The kernels this process uses, chosen on first use from the CPU's features.
+const Kernels& active() noexcept;
+
+// The kernels of one instruction set, or null when this build or CPU lacks
+// it (for tests that compare every set with the per-unit code).
+const Kernels* forIsa(Isa isa) noexcept;
+
+// The tables of each instruction set, defined by their own translation units
+// (each returns null when the build has no such code).
+const Kernels* sse2Kernels() noexcept;
+const Kernels* avx2Kernels() noexcept;
+const Kernels* avx512Kernels() noexcept;
+
+// ---- access by unit types ----------------------------------------------------------
+
+template <class S, class D>
+inline CoreKernels<S, D> coreKernels(const Kernels& k) noexcept {
+    if constexpr (std::is_same_v<S, u8> && std::is_same_v<D, u16>) return k.u8u16;
+    else if constexpr (std::is_same_v<S, u8> && std::is_same_v<D, u32>) return k.u8u32;
+    else if constexpr (std::is_same_v<S, u16> && std::is_same_v<D, char>) return k.u16u8;
+    else if constexpr (std::is_same_v<S, u16> && std::is_same_v<D, u32>) return k.u16u32;
+    else if constexpr (std::is_same_v<S, u32> && std::is_same_v<D, char>) return k.u32u8;
+    else if constexpr (std::is_same_v<S, u32> && std::is_same_v<D, u16>) return k.u32u16;
+    else return CoreKernels<S, D>{};
+}
+
+template <class U>
+inline ScanKernels<U> scanKernels(const Kernels& k) noexcept {
+    if constexpr (std::is_same_v<U, u8>) return k.scan8;
+    else if constexpr (std::is_same_v<U, u16>) return k.scan16;
+    else return k.scan32;
+}
+
+template <class S, class D>
+inline CopyPlain<S, D> copyPlain(const Kernels& k) noexcept {
+    if constexpr (std::is_same_v<S, u8> && std::is_same_v<D, u16>) return k.plain8to16;
+    else if constexpr (std::is_same_v<S, u8> && std::is_same_v<D, u32>) return k.plain8to32;
+    else if constexpr (std::is_same_v<S, u16> && std::is_same_v<D, char>) return k.plain16to8;
+    else if constexpr (std::is_same_v<S, u16> && std::is_same_v<D, u32>) return k.plain16to32;
+    else if constexpr (std::is_same_v<S, u32> && std::is_same_v<D, char>) return k.plain32to8;
+    else if constexpr (std::is_same_v<S, u32> && std::is_same_v<D, u16>) return k.plain32to16;
+    else return nullptr;
+}
+
+}  // namespace simd
+}  // namespace qel

@@ -1,0 +1,1029 @@
+// AVX-512 kernels (F, BW, VL, VBMI, VBMI2 and BMI2): 64 bytes of UTF-8, 32
+// units of UTF-16 or 16 of UTF-32 per step, partial steps by masked loads
+// and stores, so that nothing outside the run or the output is read or
+// written. Every function carries its target attribute itself, so that no
+// code outside this file is built for these instructions.
+//
+// A UTF-8 step lists the lead bytes (every byte that is not 10xxxxxx) of the
+// block, gathers the first to fourth byte of each character into one lane per
+// character, and accepts the characters from the first on while each one is
+// well formed: its lead byte announces exactly as many bytes as lie before
+// the next lead byte (or the block's end), and its second byte is in range.
+// UTF-16 and UTF-32 steps check surrogates and code-point ranges lane by
+// lane. A step takes the longest prefix of whole, well-formed characters and
+// leaves the rest to the next step or to the per-character code.
+#include "core/simd.h"
+
+#if defined(__x86_64__) && !defined(QELUTF_SCALAR)
+
+// GCC 12 warns about the deliberately undefined vectors inside its own
+// AVX-512 intrinsics (a known false positive).
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#endif
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#define QEL_AVX512 \
+    __attribute__((target("avx512f,avx512bw,avx512vl,avx512dq,avx512vbmi,avx512vbmi2,bmi,bmi2,lzcnt,popcnt")))
+// The walker kernels may read past a zero unit within its memory page, which
+// the address and thread sanitizers would report.
+#define QEL_AVX512_SCAN QEL_AVX512 __attribute__((no_sanitize("address", "thread")))
+
+namespace qel {
+namespace simd {
+namespace {
+
+using V = __m512i;
+
+alignas(64) constexpr unsigned char kIota8[64] = {
+    0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
+    22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43,
+    44, 45, 46, 47, 48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60, 61, 62, 63};
+alignas(64) constexpr unsigned char kIotaPlus1[64] = {
+    1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22,
+    23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43, 44,
+    45, 46, 47, 48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60, 61, 62, 63, 63};
+alignas(64) constexpr unsigned char kIotaPlus2[64] = {
+    2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23,
+    24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43, 44, 45,
+    46, 47, 48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60, 61, 62, 63, 63, 63};
+alignas(64) constexpr unsigned short kNext16[32] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11,
+                                                    12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22,
+                                                    23, 24, 25, 26, 27, 28, 29, 30, 31, 31};
+
+constexpr std::uint64_t kEvenBits64 = 0x5555555555555555ull;
+constexpr std::uint64_t kOddBits64 = 0xAAAAAAAAAAAAAAAAull;
+constexpr std::uint64_t kFirstOfFour64 = 0x1111111111111111ull;
+
+QEL_AVX512 inline std::uint64_t low64(std::size_t n) { return _bzhi_u64(~0ull, static_cast<unsigned>(n)); }
+QEL_AVX512 inline std::uint32_t low32(std::size_t n) { return _bzhi_u32(~0u, static_cast<unsigned>(n)); }
+QEL_AVX512 inline std::uint32_t low16(std::size_t n) { return _bzhi_u32(0xFFFFu, static_cast<unsigned>(n)); }
+
+inline std::size_t smaller(std::size_t a, std::size_t b) { return a < b ? a : b; }
+
+QEL_AVX512 inline V b8(int v) { return _mm512_set1_epi8(static_cast<char>(v)); }
+QEL_AVX512 inline V b16(int v) { return _mm512_set1_epi16(static_cast<short>(v)); }
+QEL_AVX512 inline V b32(unsigned v) { return _mm512_set1_epi32(static_cast<int>(v)); }
+
+// Lane k of a vector of 16-bit or 32-bit units.
+QEL_AVX512 inline unsigned wordAt(V v, unsigned k) {
+    const V moved = _mm512_permutexvar_epi16(_mm512_set1_epi16(static_cast<short>(k)), v);
+    return static_cast<unsigned>(_mm_cvtsi128_si32(_mm512_castsi512_si128(moved))) & 0xFFFFu;
+}
+QEL_AVX512 inline unsigned dwordAt(V v, unsigned k) {
+    const V moved = _mm512_permutexvar_epi32(_mm512_set1_epi32(static_cast<int>(k)), v);
+    return static_cast<unsigned>(_mm_cvtsi128_si32(_mm512_castsi512_si128(moved)));
+}
+
+QEL_AVX512 inline unsigned highestBit(std::uint64_t m) { return 63u - static_cast<unsigned>(_lzcnt_u64(m)); }
+
+// Quarter G (16 bytes) and half H (32 bytes) of a vector.
+template <unsigned G>
+QEL_AVX512 inline __m128i quarter(V v) {
+    if constexpr (G == 0) return _mm512_castsi512_si128(v);
+    else return _mm512_extracti32x4_epi32(v, G);
+}
+template <unsigned H>
+QEL_AVX512 inline __m256i half(V v) {
+    if constexpr (H == 0) return _mm512_castsi512_si256(v);
+    else return _mm512_extracti64x4_epi64(v, 1);
+}
+
+// Lanes of group `g` (of `width` lanes) among the first `count` lanes.
+inline std::size_t groupLanes(std::size_t count, unsigned g, unsigned width) {
+    const std::size_t from = static_cast<std::size_t>(g) * width;
+    return count > from ? count - from : 0;
+}
+
+// How far a convert kernel may take input from p: to one unit before the
+// end, and no further than leaves one unit of output room when every input
+// unit gives at most `perUnit` output units. Kept for a stretch of steps, so
+// that the size of a step does not wait on the output count of the one
+// before.
+template <class S, class D>
+inline const S* inputLimit(const S* p, const S* end, const D* o, const D* outEnd, std::size_t perUnit) {
+    const std::size_t byRoom = (static_cast<std::size_t>(outEnd - o) - 1) / perUnit;
+    return p + smaller(static_cast<std::size_t>(end - p) - 1, byRoom);
+}
+
+// The units of the next step, at most `lanes`; 0 when the kernel is done.
+// `limit` moves on when more output room was left than it assumed.
+template <class S, class D>
+inline std::size_t stepSize(const S* p, const S*& limit, const S* end, const D* o, const D* outEnd,
+                            std::size_t perUnit, std::size_t lanes) {
+    if (p == limit) limit = inputLimit(p, end, o, outEnd, perUnit);
+    return smaller(lanes, static_cast<std::size_t>(limit - p));
+}
+
+// ---- UTF-8 decoding ---------------------------------------------------------------
+
+struct Utf8Block {
+    unsigned count;        // lead bytes in the block
+    unsigned chars;        // characters taken
+    unsigned bytes;        // their bytes
+    V b0, b1, b2, b3;      // lane k: first to fourth byte of character k
+    std::uint64_t two;     // characters of two or more bytes
+    std::uint64_t three;   // of three or more
+    std::uint64_t four;    // of four
+};
+
+// The longest run of whole, well-formed characters at the start of the n
+// bytes (1..64) held in `in` (lanes from n on are zero).
+QEL_AVX512 inline void decodeUtf8(V in, unsigned n, Utf8Block& blk) {
+    const std::uint64_t live = low64(n);
+    const std::uint64_t cont = _mm512_cmpeq_epi8_mask(_mm512_and_si512(in, b8(0xC0)), b8(0x80));
+    const std::uint64_t lead = live & ~cont;
+    blk.count = static_cast<unsigned>(_mm_popcnt_u64(lead));
+    if ((lead & 1u) == 0) {
+        blk.chars = blk.bytes = 0;
+        return;
+    }
+    const V iota = _mm512_load_si512(kIota8);
+    const V one = b8(1);
+    const V pos = _mm512_maskz_compress_epi8(lead, iota);
+    const V pos1 = _mm512_add_epi8(pos, one);
+    const V pos2 = _mm512_add_epi8(pos1, one);
+    const V pos3 = _mm512_add_epi8(pos2, one);
+    const V b0 = _mm512_permutexvar_epi8(pos, in);
+    const V b1 = _mm512_permutexvar_epi8(pos1, in);
+    blk.b0 = b0;
+    blk.b1 = b1;
+    blk.b2 = _mm512_permutexvar_epi8(pos2, in);
+    blk.b3 = _mm512_permutexvar_epi8(pos3, in);
+
+    const std::uint64_t two = _mm512_cmpge_epu8_mask(b0, b8(0xC0));
+    const std::uint64_t three = _mm512_cmpge_epu8_mask(b0, b8(0xE0));
+    const std::uint64_t four = _mm512_cmpge_epu8_mask(b0, b8(0xF0));
+    V len = one;
+    len = _mm512_mask_add_epi8(len, two, len, one);
+    len = _mm512_mask_add_epi8(len, three, len, one);
+    len = _mm512_mask_add_epi8(len, four, len, one);
+    // Lane k: where character k + 1 starts, or the block's end for the last.
+    V following = _mm512_permutexvar_epi8(_mm512_add_epi8(iota, one), pos);
+    following = _mm512_mask_set1_epi8(following, 1ull << (blk.count - 1), static_cast<char>(n));
+    std::uint64_t good = _mm512_cmpeq_epi8_mask(following, _mm512_add_epi8(pos, len));
+
+    std::uint64_t bad = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(b0, b8(0xC0)), b8(2));  // C0, C1
+    bad |= _mm512_cmpge_epu8_mask(b0, b8(0xF5));
+    if (three != 0) {
+        bad |= _mm512_mask_cmplt_epu8_mask(_mm512_cmpeq_epi8_mask(b0, b8(0xE0)), b1, b8(0xA0));  // overlong
+        bad |= _mm512_mask_cmpge_epu8_mask(_mm512_cmpeq_epi8_mask(b0, b8(0xED)), b1, b8(0xA0));  // surrogate
+        bad |= _mm512_mask_cmplt_epu8_mask(_mm512_cmpeq_epi8_mask(b0, b8(0xF0)), b1, b8(0x90));  // overlong
+        bad |= _mm512_mask_cmpge_epu8_mask(_mm512_cmpeq_epi8_mask(b0, b8(0xF4)), b1, b8(0x90));  // > U+10FFFF
+    }
+    good &= ~bad & low64(blk.count);
+    const unsigned chars = static_cast<unsigned>(_tzcnt_u64(~good));
+    blk.chars = chars;
+    blk.bytes = chars == blk.count ? n : static_cast<unsigned>(_tzcnt_u64(_pdep_u64(1ull << chars, lead)));
+    blk.two = two;
+    blk.three = three;
+    blk.four = four;
+}
+
+// Code points of characters 16G..16G+15 of a block, one per 32-bit lane.
+template <unsigned g>
+QEL_AVX512 inline V codePoints32(const Utf8Block& blk) {
+    const __mmask16 m2 = static_cast<__mmask16>(blk.two >> (16 * g));
+    const __mmask16 m3 = static_cast<__mmask16>(blk.three >> (16 * g));
+    const __mmask16 m4 = static_cast<__mmask16>(blk.four >> (16 * g));
+    const V low6 = b32(0x3F);
+    V acc = _mm512_cvtepu8_epi32(quarter<g>(blk.b0));
+    const V c1 = _mm512_and_si512(_mm512_cvtepu8_epi32(quarter<g>(blk.b1)), low6);
+    const V c2 = _mm512_and_si512(_mm512_cvtepu8_epi32(quarter<g>(blk.b2)), low6);
+    const V c3 = _mm512_and_si512(_mm512_cvtepu8_epi32(quarter<g>(blk.b3)), low6);
+    acc = _mm512_mask_or_epi32(acc, m2, _mm512_slli_epi32(acc, 6), c1);
+    acc = _mm512_mask_or_epi32(acc, m3, _mm512_slli_epi32(acc, 6), c2);
+    acc = _mm512_mask_or_epi32(acc, m4, _mm512_slli_epi32(acc, 6), c3);
+    // The lead byte's length bits now stand above the code point.
+    V keep = b32(0x7Fu);
+    keep = _mm512_mask_mov_epi32(keep, m2, b32(0x7FFu));
+    keep = _mm512_mask_mov_epi32(keep, m3, b32(0xFFFFu));
+    keep = _mm512_mask_mov_epi32(keep, m4, b32(0x1FFFFFu));
+    return _mm512_and_si512(acc, keep);
+}
+
+// Code points of characters 32H..32H+31 of a block without four-byte
+// characters, one per 16-bit lane.
+template <unsigned h>
+QEL_AVX512 inline V codePoints16(const Utf8Block& blk) {
+    const __mmask32 m2 = static_cast<__mmask32>(blk.two >> (32 * h));
+    const __mmask32 m3 = static_cast<__mmask32>(blk.three >> (32 * h));
+    const V low6 = b16(0x3F);
+    V acc = _mm512_cvtepu8_epi16(half<h>(blk.b0));
+    const V c1 = _mm512_and_si512(_mm512_cvtepu8_epi16(half<h>(blk.b1)), low6);
+    const V c2 = _mm512_and_si512(_mm512_cvtepu8_epi16(half<h>(blk.b2)), low6);
+    acc = _mm512_mask_mov_epi16(acc, m2, _mm512_or_si512(_mm512_slli_epi16(acc, 6), c1));
+    acc = _mm512_mask_mov_epi16(acc, m3, _mm512_or_si512(_mm512_slli_epi16(acc, 6), c2));
+    // Three-byte forms lose their length bits above bit 15; two-byte ones
+    // keep them at bits 11..13.
+    return _mm512_and_si512(acc, _mm512_mask_mov_epi16(b16(-1), m2 & ~m3, b16(0x7FF)));
+}
+
+// The sizes of the last multi-byte character among the first `chars` of a
+// block, if any.
+QEL_AVX512 inline void lastUtf8Char(const Utf8Block& blk, unsigned chars, bool utf16, SlowChar* last) {
+    const std::uint64_t slow = blk.two & low64(chars);
+    if (slow == 0) return;
+    const unsigned k = highestBit(slow);
+    const int len = ((blk.four >> k) & 1u) ? 4 : ((blk.three >> k) & 1u) ? 3 : 2;
+    last->len = len;
+    last->size = (utf16 && len == 4) ? 2 : 1;
+}
+
+// Writes 16 code points (lanes in `live`, a prefix) as UTF-16; returns the
+// units written.
+QEL_AVX512 inline unsigned storeUtf16(V cp, __mmask16 live, u16* o) {
+    const __mmask16 sup = _mm512_mask_cmpge_epu32_mask(live, cp, b32(0x10000u));
+    if (sup == 0) {
+        _mm512_mask_cvtepi32_storeu_epi16(o, live, cp);
+        return static_cast<unsigned>(_mm_popcnt_u32(live));
+    }
+    const V v = _mm512_sub_epi32(cp, b32(0x10000u));
+    const V high = _mm512_add_epi32(_mm512_srli_epi32(v, 10), b32(0xD800u));
+    const V low = _mm512_add_epi32(_mm512_and_si512(v, b32(0x3FFu)), b32(0xDC00u));
+    const V pair = _mm512_or_si512(high, _mm512_slli_epi32(low, 16));
+    const V words = _mm512_mask_mov_epi32(cp, sup, pair);
+    const __mmask32 keep = _pdep_u32(live, 0x55555555u) | _pdep_u32(sup, 0xAAAAAAAAu);
+    const V packed = _mm512_maskz_compress_epi16(keep, words);
+    const unsigned count = static_cast<unsigned>(_mm_popcnt_u32(keep));
+    _mm512_mask_storeu_epi16(o, low32(count), packed);
+    return count;
+}
+
+// Writes 16 code points (lanes in `live`) as UTF-8; returns the bytes
+// written.
+QEL_AVX512 inline unsigned storeUtf8(V cp, __mmask16 live, char* o) {
+    const V low6 = b32(0x3F);
+    const V t0 = _mm512_or_si512(_mm512_and_si512(cp, low6), b32(0x80));
+    const V t1 = _mm512_or_si512(_mm512_and_si512(_mm512_srli_epi32(cp, 6), low6), b32(0x80));
+    const V t2 = _mm512_or_si512(_mm512_and_si512(_mm512_srli_epi32(cp, 12), low6), b32(0x80));
+    const __mmask16 m2 = _mm512_cmpge_epu32_mask(cp, b32(0x80));
+    const __mmask16 m3 = _mm512_cmpge_epu32_mask(cp, b32(0x800));
+    const __mmask16 m4 = _mm512_cmpge_epu32_mask(cp, b32(0x10000));
+    V w = cp;
+    w = _mm512_mask_mov_epi32(
+        w, m2, _mm512_or_si512(_mm512_or_si512(_mm512_srli_epi32(cp, 6), b32(0xC0)), _mm512_slli_epi32(t0, 8)));
+    w = _mm512_mask_mov_epi32(
+        w, m3,
+        _mm512_or_si512(_mm512_or_si512(_mm512_srli_epi32(cp, 12), b32(0xE0)),
+                        _mm512_or_si512(_mm512_slli_epi32(t1, 8), _mm512_slli_epi32(t0, 16))));
+    w = _mm512_mask_mov_epi32(
+        w, m4,
+        _mm512_or_si512(_mm512_or_si512(_mm512_srli_epi32(cp, 18), b32(0xF0)),
+                        _mm512_or_si512(_mm512_slli_epi32(t2, 8),
+                                        _mm512_or_si512(_mm512_slli_epi32(t1, 16), _mm512_slli_epi32(t0, 24)))));
+    w = _mm512_maskz_mov_epi32(live, w);
+    // Every byte of an encoded form is non-zero except a U+0000 character,
+    // whose one byte is the first of its lane.
+    const std::uint64_t keep = _mm512_test_epi8_mask(w, w) | _pdep_u64(live, kFirstOfFour64);
+    const V packed = _mm512_maskz_compress_epi8(keep, w);
+    const unsigned count = static_cast<unsigned>(_mm_popcnt_u64(keep));
+    _mm512_mask_storeu_epi8(o, low64(count), packed);
+    return count;
+}
+
+// ---- UTF-8 blocks of the BMP -----------------------------------------------------
+
+// A block of one-, two- and three-byte characters is checked by where its
+// continuation bytes stand: exactly one after each two-byte lead and two
+// after each three-byte lead, and nowhere else, with no lead byte C0, C1 or
+// from F0, and the second byte in range after E0 and ED. Each character is
+// then decoded at its lead byte from the two bytes that follow it, in 16-bit
+// lanes, and the lanes of the lead bytes are packed together.
+struct BmpBlock {
+    std::uint64_t lead;  // lead bytes, one per character
+    std::uint64_t slow;  // lead bytes of two or three bytes
+    V low;               // 16-bit values of positions 0..31 (valid at lead bytes)
+    V high;              // of positions 32..63
+};
+
+template <unsigned h>
+QEL_AVX512 inline V bmpValues(V in, V next1, V next2, std::uint64_t multi, std::uint64_t three) {
+    const V low6 = b16(0x3F);
+    const V b = _mm512_cvtepu8_epi16(half<h>(in));
+    const V n1 = _mm512_and_si512(_mm512_cvtepu8_epi16(half<h>(next1)), low6);
+    const __mmask32 m2 = static_cast<__mmask32>(multi >> (32 * h));
+    const __mmask32 m3 = static_cast<__mmask32>(three >> (32 * h));
+    // Two bytes: 110xxxxx 10yyyyyy -> xxxxxyyyyyy.
+    V v = _mm512_mask_mov_epi16(b, m2, _mm512_and_si512(_mm512_or_si512(_mm512_slli_epi16(b, 6), n1), b16(0x7FF)));
+    if (m3 != 0) {
+        // Three bytes: the lead's length bits leave the 16-bit lane.
+        const V n2 = _mm512_and_si512(_mm512_cvtepu8_epi16(half<h>(next2)), low6);
+        const V v3 = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi16(b, 12), _mm512_slli_epi16(n1, 6)), n2);
+        v = _mm512_mask_mov_epi16(v, m3, v3);
+    }
+    return v;
+}
+
+// The `whole` bytes (from wholeBytes) of `in` as a block of the BMP; false
+// when they hold a four-byte character or anything ill-formed, which the
+// general decoder then deals with.
+QEL_AVX512 inline bool decodeBmp(V in, unsigned whole, BmpBlock& blk) {
+    if (whole == 0) return false;
+    const std::uint64_t live = low64(whole);
+    const std::uint64_t cont = _mm512_mask_cmpeq_epi8_mask(live, _mm512_and_si512(in, b8(0xC0)), b8(0x80));
+    const std::uint64_t multi = _mm512_mask_cmpge_epu8_mask(live, in, b8(0xC0));
+    const std::uint64_t three = _mm512_mask_cmpge_epu8_mask(live, in, b8(0xE0));
+    const std::uint64_t refused = _mm512_mask_cmpge_epu8_mask(live, in, b8(0xF0)) |
+                                  _mm512_mask_cmplt_epu8_mask(live, _mm512_sub_epi8(in, b8(0xC0)), b8(2));
+    // A lead byte at the block's last positions announces bytes beyond it:
+    // the shift loses them, but wholeBytes has moved `whole` before it.
+    if (refused != 0 || ((multi << 1) | (three << 2)) != cont) return false;
+    const V next1 = _mm512_permutexvar_epi8(_mm512_load_si512(kIotaPlus1), in);
+    V next2 = next1;
+    if (three != 0) {
+        const std::uint64_t rangeBad =
+            _mm512_mask_cmplt_epu8_mask(_mm512_mask_cmpeq_epi8_mask(three, in, b8(0xE0)), next1, b8(0xA0)) |
+            _mm512_mask_cmpge_epu8_mask(_mm512_mask_cmpeq_epi8_mask(three, in, b8(0xED)), next1, b8(0xA0));
+        if (rangeBad != 0) return false;
+        next2 = _mm512_permutexvar_epi8(_mm512_load_si512(kIotaPlus2), in);
+    }
+    blk.lead = live & ~cont;
+    blk.slow = multi;
+    blk.low = bmpValues<0>(in, next1, next2, multi, three);
+    blk.high = bmpValues<1>(in, next1, next2, multi, three);
+    return true;
+}
+
+// Writes the characters of a BMP block as UTF-16 or UTF-32; returns the
+// units written.
+template <class D>
+QEL_AVX512 inline unsigned writeBmp(const BmpBlock& blk, D* o) {
+    const __mmask32 lead0 = static_cast<__mmask32>(blk.lead), lead1 = static_cast<__mmask32>(blk.lead >> 32);
+    const unsigned c0 = static_cast<unsigned>(_mm_popcnt_u32(lead0));
+    const unsigned c1 = static_cast<unsigned>(_mm_popcnt_u32(lead1));
+    const V packed0 = _mm512_maskz_compress_epi16(lead0, blk.low);
+    const V packed1 = _mm512_maskz_compress_epi16(lead1, blk.high);
+    if constexpr (sizeof(D) == 2) {
+        _mm512_mask_storeu_epi16(o, low32(c0), packed0);
+        _mm512_mask_storeu_epi16(o + c0, low32(c1), packed1);
+    } else {
+        _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(c0)), _mm512_cvtepu16_epi32(half<0>(packed0)));
+        _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(low16(groupLanes(c0, 1, 16))),
+                                 _mm512_cvtepu16_epi32(half<1>(packed0)));
+        _mm512_mask_storeu_epi32(o + c0, static_cast<__mmask16>(low16(c1)), _mm512_cvtepu16_epi32(half<0>(packed1)));
+        _mm512_mask_storeu_epi32(o + c0 + 16, static_cast<__mmask16>(low16(groupLanes(c1, 1, 16))),
+                                 _mm512_cvtepu16_epi32(half<1>(packed1)));
+    }
+    return c0 + c1;
+}
+
+// The sizes of the last multi-byte character of a BMP block at p, if any.
+inline void lastBmpChar(const u8* p, std::uint64_t slow, SlowChar* last) {
+    if (slow == 0) return;
+    const unsigned k = 63u - static_cast<unsigned>(__builtin_clzll(slow));
+    last->len = p[k] >= 0xE0u ? 3 : 2;
+    last->size = 1;
+}
+
+// ---- UTF-8 -> UTF-16 and UTF-32 ---------------------------------------------------
+
+// Widens n (up to 64) ASCII bytes into 16-bit units.
+QEL_AVX512 inline void widenAsciiTo16(V in, std::size_t n, u16* o) {
+    _mm512_mask_storeu_epi16(o, low32(n), _mm512_cvtepu8_epi16(half<0>(in)));
+    _mm512_mask_storeu_epi16(o + 32, low32(groupLanes(n, 1, 32)), _mm512_cvtepu8_epi16(half<1>(in)));
+}
+QEL_AVX512 inline void widenAsciiTo32(V in, std::size_t n, u32* o) {
+    _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(n)), _mm512_cvtepu8_epi32(quarter<0>(in)));
+    _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(low16(groupLanes(n, 1, 16))),
+                             _mm512_cvtepu8_epi32(quarter<1>(in)));
+    _mm512_mask_storeu_epi32(o + 32, static_cast<__mmask16>(low16(groupLanes(n, 2, 16))),
+                             _mm512_cvtepu8_epi32(quarter<2>(in)));
+    _mm512_mask_storeu_epi32(o + 48, static_cast<__mmask16>(low16(groupLanes(n, 3, 16))),
+                             _mm512_cvtepu8_epi32(quarter<3>(in)));
+}
+
+// Characters of one block written as UTF-16; returns the units written.
+QEL_AVX512 inline unsigned writeUtf16(const Utf8Block& blk, u16* o) {
+    const unsigned chars = blk.chars;
+    if ((blk.four & low64(chars)) == 0) {
+        _mm512_mask_storeu_epi16(o, low32(chars), codePoints16<0>(blk));
+        if (chars > 32) _mm512_mask_storeu_epi16(o + 32, low32(chars - 32), codePoints16<1>(blk));
+        return chars;
+    }
+    unsigned written = storeUtf16(codePoints32<0>(blk), static_cast<__mmask16>(low16(chars)), o);
+    if (chars > 16) written += storeUtf16(codePoints32<1>(blk), static_cast<__mmask16>(low16(chars - 16)), o + written);
+    if (chars > 32) written += storeUtf16(codePoints32<2>(blk), static_cast<__mmask16>(low16(chars - 32)), o + written);
+    if (chars > 48) written += storeUtf16(codePoints32<3>(blk), static_cast<__mmask16>(low16(chars - 48)), o + written);
+    return written;
+}
+
+// Where the last whole character among the n bytes at p ends, judged from
+// the last three bytes alone (a lead byte there may announce more bytes than
+// the block holds). For well-formed text this is where a step ends; the
+// decoder checks it, so that the next step's start waits on three loads
+// and not on the whole decoding.
+inline unsigned wholeBytes(const u8* p, unsigned n) {
+    const u32 b1 = p[n - 1];
+    const u32 b2 = n >= 2 ? p[n - 2] : 0u;
+    const u32 b3 = n >= 3 ? p[n - 3] : 0u;
+    const bool cont1 = (b1 & 0xC0u) == 0x80u;
+    const bool cont2 = (b2 & 0xC0u) == 0x80u;
+    const unsigned cut = (b1 >= 0xC0u ? 1u : 0u) + (cont1 && b2 >= 0xE0u ? 2u : 0u) +
+                         (cont1 && cont2 && b3 >= 0xF0u ? 3u : 0u);
+    return n - cut;
+}
+
+// Whether a step may be followed by another: it took every character up to
+// where wholeBytes put its end (not so after an ill-formed character).
+inline bool tookWhole(const Utf8Block& blk) { return blk.chars == blk.count && blk.chars != 0; }
+
+template <bool kToUtf16>
+QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditional<kToUtf16, u16, u32>::type** oo,
+                            const typename std::conditional<kToUtf16, u16, u32>::type* outEnd,
+                            SlowChar* last) noexcept {
+    const u8* p = *pp;
+    auto* o = *oo;
+    const u8* limit = p;
+    for (;;) {
+        // Output units never outnumber input bytes.
+        const std::size_t n = stepSize(p, limit, end, o, outEnd, 1, 64);
+        if (n == 0) break;
+        const V in = _mm512_maskz_loadu_epi8(low64(n), p);
+        if (_mm512_movepi8_mask(in) == 0) {
+            if constexpr (kToUtf16) {
+                widenAsciiTo16(in, n, o);
+            } else {
+                widenAsciiTo32(in, n, o);
+            }
+            p += n;
+            o += n;
+            continue;
+        }
+        const unsigned whole = wholeBytes(p, static_cast<unsigned>(n));
+        BmpBlock bmp;
+        if (decodeBmp(in, whole, bmp)) {
+            o += writeBmp(bmp, o);
+            lastBmpChar(p, bmp.slow, last);
+            p += whole;
+            continue;
+        }
+        Utf8Block blk;
+        decodeUtf8(in, whole, blk);
+        if constexpr (kToUtf16) {
+            o += writeUtf16(blk, o);
+        } else {
+            const unsigned c = blk.chars;
+            if ((blk.four & low64(c)) == 0) {
+                // Code points of 16 bits, widened.
+                const V h0 = codePoints16<0>(blk);
+                _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(c)), _mm512_cvtepu16_epi32(half<0>(h0)));
+                _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(low16(groupLanes(c, 1, 16))),
+                                         _mm512_cvtepu16_epi32(half<1>(h0)));
+                if (c > 32) {
+                    const V h1 = codePoints16<1>(blk);
+                    _mm512_mask_storeu_epi32(o + 32, static_cast<__mmask16>(low16(c - 32)),
+                                             _mm512_cvtepu16_epi32(half<0>(h1)));
+                    _mm512_mask_storeu_epi32(o + 48, static_cast<__mmask16>(low16(groupLanes(c, 3, 16))),
+                                             _mm512_cvtepu16_epi32(half<1>(h1)));
+                }
+                o += c;
+                lastUtf8Char(blk, blk.chars, kToUtf16, last);
+                if (!tookWhole(blk)) {
+                    p += blk.bytes;
+                    break;
+                }
+                p += whole;
+                continue;
+            }
+            _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(c)), codePoints32<0>(blk));
+            _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(low16(groupLanes(c, 1, 16))), codePoints32<1>(blk));
+            if (c > 32) {
+                _mm512_mask_storeu_epi32(o + 32, static_cast<__mmask16>(low16(c - 32)), codePoints32<2>(blk));
+                _mm512_mask_storeu_epi32(o + 48, static_cast<__mmask16>(low16(groupLanes(c, 3, 16))),
+                                         codePoints32<3>(blk));
+            }
+            o += c;
+        }
+        lastUtf8Char(blk, blk.chars, kToUtf16, last);
+        // Past an ill-formed character the per-character code takes over.
+        if (!tookWhole(blk)) {
+            p += blk.bytes;
+            break;
+        }
+        p += whole;
+    }
+    *pp = p;
+    *oo = o;
+}
+
+template <bool kToUtf16>
+QEL_AVX512 void utf8Measure(const u8** pp, const u8* end, unsigned int* count, SlowChar* last) noexcept {
+    const u8* p = *pp;
+    unsigned int total = *count;
+    for (;;) {
+        const std::size_t n = smaller(64, static_cast<std::size_t>(end - p) - 1);
+        if (n == 0) break;
+        const V in = _mm512_maskz_loadu_epi8(low64(n), p);
+        if (_mm512_movepi8_mask(in) == 0) {
+            p += n;
+            total += static_cast<unsigned>(n);
+            continue;
+        }
+        const unsigned whole = wholeBytes(p, static_cast<unsigned>(n));
+        BmpBlock bmp;
+        if (decodeBmp(in, whole, bmp)) {
+            total += static_cast<unsigned>(_mm_popcnt_u64(bmp.lead));
+            lastBmpChar(p, bmp.slow, last);
+            p += whole;
+            continue;
+        }
+        Utf8Block blk;
+        decodeUtf8(in, whole, blk);
+        total += blk.chars;
+        if (kToUtf16) total += static_cast<unsigned>(_mm_popcnt_u64(blk.four & low64(blk.chars)));
+        lastUtf8Char(blk, blk.chars, kToUtf16, last);
+        // Past an ill-formed character the per-character code takes over.
+        if (!tookWhole(blk)) {
+            p += blk.bytes;
+            break;
+        }
+        p += whole;
+    }
+    *pp = p;
+    *count = total;
+}
+
+// ---- UTF-16 -> UTF-8 and UTF-32 -----------------------------------------------------
+
+// Surrogate check of a block of UTF-16 units: how many of the n units at the
+// start form whole characters, with the masks of high and low surrogates.
+struct Utf16Block {
+    unsigned taken;
+    std::uint32_t high;
+    std::uint32_t low;
+};
+
+QEL_AVX512 inline Utf16Block checkUtf16(V units, std::size_t n) {
+    const std::uint32_t live = low32(n);
+    const std::uint32_t sur = _mm512_mask_cmpeq_epi16_mask(live, _mm512_and_si512(units, b16(0xF800)), b16(0xD800));
+    if (sur == 0) return {static_cast<unsigned>(n), 0, 0};
+    const std::uint32_t high = _mm512_mask_cmpeq_epi16_mask(sur, _mm512_and_si512(units, b16(0xFC00)), b16(0xD800));
+    const std::uint32_t low = sur & ~high;
+    const std::uint32_t bad = (high & ~(low >> 1)) | (low & ~(high << 1));
+    const unsigned taken = bad == 0 ? static_cast<unsigned>(n) : static_cast<unsigned>(_tzcnt_u32(bad));
+    return {taken, high, low};
+}
+
+// The sizes of the last character in `slow` (non-ASCII units taken), if any:
+// a surrogate pair when that unit is a low surrogate.
+QEL_AVX512 inline void lastUtf16Char(V units, std::uint32_t slow, std::uint32_t low, SlowChar* last) {
+    if (slow == 0) return;
+    const unsigned k = 31u - static_cast<unsigned>(_lzcnt_u32(slow));
+    if ((low >> k) & 1u) {
+        last->len = 2;
+        last->size = 4;
+    } else {
+        last->len = 1;
+        last->size = wordAt(units, k) < 0x800u ? 2 : 3;
+    }
+}
+
+// Code points of units 16G..16G+15, a surrogate pair on its high lane.
+template <unsigned g>
+QEL_AVX512 inline V combineUtf16(V units, V next, std::uint32_t high) {
+    const V u = _mm512_cvtepu16_epi32(half<g>(units));
+    const V nx = _mm512_cvtepu16_epi32(half<g>(next));
+    // (u - 0xD800) * 0x400 + (nx - 0xDC00) + 0x10000
+    const V pair = _mm512_sub_epi32(_mm512_add_epi32(_mm512_slli_epi32(u, 10), nx), b32(0x35FDC00u));
+    return _mm512_mask_mov_epi32(u, static_cast<__mmask16>(high >> (16 * g)), pair);
+}
+
+// Writes the first `taken` units of a step (with surrogate masks from
+// checkUtf16) as UTF-8 and notes the last non-ASCII character; returns the
+// bytes written.
+QEL_AVX512 inline unsigned emitUtf16ToUtf8(V units, V following, const Utf16Block& blk, unsigned taken, char* o,
+                                           SlowChar* last) {
+    const std::uint32_t take = low32(taken);
+    const std::uint32_t slow = _mm512_mask_cmpge_epu16_mask(take, units, b16(0x80));
+    const std::uint32_t big = _mm512_mask_cmpge_epu16_mask(take, units, b16(0x800));
+    unsigned written;
+    if (slow == 0) {
+        _mm512_mask_cvtepi16_storeu_epi8(o, take, units);
+        return taken;
+    }
+    if (big == 0) {
+        // One or two bytes per unit, built in 16-bit lanes.
+        const V lead = _mm512_or_si512(_mm512_srli_epi16(units, 6), b16(0xC0));
+        const V trail = _mm512_or_si512(_mm512_and_si512(units, b16(0x3F)), b16(0x80));
+        const V w = _mm512_mask_mov_epi16(units, slow, _mm512_or_si512(lead, _mm512_slli_epi16(trail, 8)));
+        const std::uint64_t keep = _pdep_u64(take, kEvenBits64) | _pdep_u64(slow, kOddBits64);
+        written = static_cast<unsigned>(_mm_popcnt_u64(keep));
+        _mm512_mask_storeu_epi8(o, low64(written), _mm512_maskz_compress_epi8(keep, w));
+    } else {
+        const std::uint32_t lanes = take & ~blk.low;
+        written = storeUtf8(combineUtf16<0>(units, following, blk.high), static_cast<__mmask16>(lanes), o);
+        if (taken > 16)
+            written += storeUtf8(combineUtf16<1>(units, following, blk.high), static_cast<__mmask16>(lanes >> 16),
+                                 o + written);
+    }
+    lastUtf16Char(units, slow, blk.low, last);
+    return written;
+}
+
+// The bytes that the first `taken` units of a step make in UTF-8.
+QEL_AVX512 inline unsigned countUtf16ToUtf8(V units, const Utf16Block& blk, unsigned taken, SlowChar* last) {
+    const std::uint32_t take = low32(taken);
+    const std::uint32_t slow = _mm512_mask_cmpge_epu16_mask(take, units, b16(0x80));
+    const std::uint32_t big = _mm512_mask_cmpge_epu16_mask(take, units, b16(0x800)) & ~(blk.high | blk.low);
+    lastUtf16Char(units, slow, blk.low, last);
+    // One byte per unit, one more from 0x80, one more again for a three-byte
+    // unit; a surrogate pair makes 2 + 2.
+    return taken + static_cast<unsigned>(_mm_popcnt_u32(slow)) + static_cast<unsigned>(_mm_popcnt_u32(big));
+}
+
+// Writes the first `taken` units of a step as UTF-32; returns the units
+// written.
+QEL_AVX512 inline unsigned emitUtf16ToUtf32(V units, V following, const Utf16Block& blk, unsigned taken, u32* o) {
+    const std::uint32_t take = low32(taken);
+    if (blk.high == 0 && blk.low == 0) {
+        _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(take), _mm512_cvtepu16_epi32(half<0>(units)));
+        _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(take >> 16), _mm512_cvtepu16_epi32(half<1>(units)));
+        return taken;
+    }
+    const std::uint32_t lanes = take & ~blk.low;
+    const __mmask16 lanes0 = static_cast<__mmask16>(lanes), lanes1 = static_cast<__mmask16>(lanes >> 16);
+    const unsigned c0 = static_cast<unsigned>(_mm_popcnt_u32(lanes0));
+    const unsigned c1 = static_cast<unsigned>(_mm_popcnt_u32(lanes1));
+    _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(c0)),
+                             _mm512_maskz_compress_epi32(lanes0, combineUtf16<0>(units, following, blk.high)));
+    _mm512_mask_storeu_epi32(o + c0, static_cast<__mmask16>(low16(c1)),
+                             _mm512_maskz_compress_epi32(lanes1, combineUtf16<1>(units, following, blk.high)));
+    return c0 + c1;
+}
+
+// The loop of the UTF-16 kernels. Steps of 32 units advance by their full
+// size whenever they take it, so that the next step does not wait on the
+// checks; a step that stops early stops the kernel, unless all it left was
+// a high surrogate whose low half lies beyond the step.
+template <class D, bool kMeasure, unsigned kPerUnit>
+QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D* outEnd, unsigned int* count,
+                                 SlowChar* last) {
+    const u16* p = *pp;
+    D* o = kMeasure ? nullptr : *oo;
+    const u16* limit = p;
+    unsigned int total = kMeasure ? *count : 0;
+    const V next = _mm512_load_si512(kNext16);
+    for (;;) {
+        std::size_t n;
+        if constexpr (kMeasure) {
+            n = smaller(32, static_cast<std::size_t>(end - p) - 1);
+        } else {
+            n = stepSize(p, limit, end, o, outEnd, kPerUnit, 32);
+        }
+        if (n == 0) break;
+        const V units = _mm512_maskz_loadu_epi16(low32(n), p);
+        const Utf16Block blk = checkUtf16(units, n);
+        const unsigned taken = blk.taken;
+        if constexpr (kMeasure) {
+            if constexpr (sizeof(D) == 1) {
+                total += countUtf16ToUtf8(units, blk, taken, last);
+            } else {
+                total += taken - static_cast<unsigned>(_mm_popcnt_u32(blk.low & low32(taken)));
+            }
+        } else {
+            const V following = _mm512_permutexvar_epi16(next, units);
+            if constexpr (sizeof(D) == 1) {
+                o += emitUtf16ToUtf8(units, following, blk, taken, o, last);
+            } else {
+                o += emitUtf16ToUtf32(units, following, blk, taken, o);
+            }
+        }
+        if (taken != n) {
+            p += taken;
+            if (taken == 0 || taken + 1 < n) break;
+            continue;
+        }
+        p += n;
+    }
+    *pp = p;
+    if constexpr (kMeasure) {
+        *count = total;
+    } else {
+        *oo = o;
+    }
+}
+
+QEL_AVX512 void utf16ToUtf8Convert(const u16** pp, const u16* end, char** oo, const char* outEnd,
+                                   SlowChar* last) noexcept {
+    // At most three bytes per unit.
+    utf16Loop<char, false, 3>(pp, end, oo, outEnd, nullptr, last);
+}
+QEL_AVX512 void utf16ToUtf8Measure(const u16** pp, const u16* end, unsigned int* count, SlowChar* last) noexcept {
+    utf16Loop<char, true, 3>(pp, end, nullptr, nullptr, count, last);
+}
+QEL_AVX512 void utf16ToUtf32Convert(const u16** pp, const u16* end, u32** oo, const u32* outEnd,
+                                    SlowChar* last) noexcept {
+    utf16Loop<u32, false, 1>(pp, end, oo, outEnd, nullptr, last);
+}
+QEL_AVX512 void utf16ToUtf32Measure(const u16** pp, const u16* end, unsigned int* count, SlowChar* last) noexcept {
+    utf16Loop<u32, true, 1>(pp, end, nullptr, nullptr, count, last);
+}
+
+// ---- UTF-32 -> UTF-8 and UTF-16 ------------------------------------------------------
+
+// How many of the n units at the start of `units` are code points.
+QEL_AVX512 inline unsigned checkUtf32(V units, std::size_t n) {
+    const __mmask16 live = static_cast<__mmask16>(low16(n));
+    const __mmask16 below = _mm512_cmplt_epu32_mask(units, b32(0xD800u));
+    const __mmask16 above = _mm512_cmplt_epu32_mask(_mm512_sub_epi32(units, b32(0xE000u)), b32(0x110000u - 0xE000u));
+    const std::uint32_t bad = live & ~(below | above);
+    return bad == 0 ? static_cast<unsigned>(n) : static_cast<unsigned>(_tzcnt_u32(bad));
+}
+
+// The sizes of the last unit in `slow` (a mask of units) of a step.
+QEL_AVX512 inline void lastUtf32Char(V units, __mmask16 slow, bool toUtf8, SlowChar* last) {
+    if (slow == 0) return;
+    const u32 c = dwordAt(units, 31u - static_cast<unsigned>(_lzcnt_u32(slow)));
+    last->len = 1;
+    last->size = toUtf8 ? (c < 0x800u ? 2 : c < 0x10000u ? 3 : 4) : (c < 0x10000u ? 1 : 2);
+}
+
+// Writes the first `taken` units of a step as UTF-8 or UTF-16, or counts the
+// units they make; notes the last character that is not a fast one.
+template <class D>
+QEL_AVX512 inline unsigned emitUtf32(V units, unsigned taken, D* o, SlowChar* last) {
+    const __mmask16 take = static_cast<__mmask16>(low16(taken));
+    if constexpr (sizeof(D) == 1) {
+        const __mmask16 slow = _mm512_mask_cmpge_epu32_mask(take, units, b32(0x80));
+        if (slow == 0) {
+            _mm512_mask_cvtepi32_storeu_epi8(o, take, units);
+            return taken;
+        }
+        lastUtf32Char(units, slow, true, last);
+        return storeUtf8(units, take, o);
+    } else {
+        lastUtf32Char(units, _mm512_mask_cmpge_epu32_mask(take, units, b32(0xD800u)), false, last);
+        return storeUtf16(units, take, o);
+    }
+}
+template <class D>
+QEL_AVX512 inline unsigned countUtf32(V units, unsigned taken, SlowChar* last) {
+    const __mmask16 take = static_cast<__mmask16>(low16(taken));
+    const __mmask16 m4 = _mm512_mask_cmpge_epu32_mask(take, units, b32(0x10000));
+    if constexpr (sizeof(D) == 1) {
+        const __mmask16 slow = _mm512_mask_cmpge_epu32_mask(take, units, b32(0x80));
+        const __mmask16 m3 = _mm512_mask_cmpge_epu32_mask(take, units, b32(0x800));
+        lastUtf32Char(units, slow, true, last);
+        return taken + static_cast<unsigned>(_mm_popcnt_u32(slow) + _mm_popcnt_u32(m3) + _mm_popcnt_u32(m4));
+    } else {
+        lastUtf32Char(units, _mm512_mask_cmpge_epu32_mask(take, units, b32(0xD800u)), false, last);
+        return taken + static_cast<unsigned>(_mm_popcnt_u32(m4));
+    }
+}
+
+// The loop of the UTF-32 kernels: steps of 16 units that advance by their
+// full size whenever they take it; the first unit that is no code point
+// ends the kernel.
+template <class D, bool kMeasure, unsigned kPerUnit>
+QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D* outEnd, unsigned int* count,
+                                 SlowChar* last) {
+    const u32* p = *pp;
+    D* o = kMeasure ? nullptr : *oo;
+    const u32* limit = p;
+    unsigned int total = kMeasure ? *count : 0;
+    for (;;) {
+        std::size_t n;
+        if constexpr (kMeasure) {
+            n = smaller(16, static_cast<std::size_t>(end - p) - 1);
+        } else {
+            n = stepSize(p, limit, end, o, outEnd, kPerUnit, 16);
+        }
+        if (n == 0) break;
+        const V units = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(low16(n)), p);
+        const unsigned taken = checkUtf32(units, n);
+        if (taken != n) {
+            if constexpr (kMeasure) {
+                total += countUtf32<D>(units, taken, last);
+            } else {
+                o += emitUtf32(units, taken, o, last);
+            }
+            p += taken;
+            break;
+        }
+        if constexpr (kMeasure) {
+            total += countUtf32<D>(units, static_cast<unsigned>(n), last);
+        } else {
+            o += emitUtf32(units, static_cast<unsigned>(n), o, last);
+        }
+        p += n;
+    }
+    *pp = p;
+    if constexpr (kMeasure) {
+        *count = total;
+    } else {
+        *oo = o;
+    }
+}
+
+QEL_AVX512 void utf32ToUtf8Convert(const u32** pp, const u32* end, char** oo, const char* outEnd,
+                                   SlowChar* last) noexcept {
+    utf32Loop<char, false, 4>(pp, end, oo, outEnd, nullptr, last);
+}
+QEL_AVX512 void utf32ToUtf8Measure(const u32** pp, const u32* end, unsigned int* count, SlowChar* last) noexcept {
+    utf32Loop<char, true, 4>(pp, end, nullptr, nullptr, count, last);
+}
+QEL_AVX512 void utf32ToUtf16Convert(const u32** pp, const u32* end, u16** oo, const u16* outEnd,
+                                    SlowChar* last) noexcept {
+    utf32Loop<u16, false, 2>(pp, end, oo, outEnd, nullptr, last);
+}
+QEL_AVX512 void utf32ToUtf16Measure(const u32** pp, const u32* end, unsigned int* count, SlowChar* last) noexcept {
+    utf32Loop<u16, true, 2>(pp, end, nullptr, nullptr, count, last);
+}
+
+// ---- walker kernels ---------------------------------------------------------------
+
+// Units from p that one step may look at: at most a vector, not past `end`
+// when it lies ahead within that reach, and not into the next memory page.
+template <class U>
+inline std::size_t stepUnits(const U* p, const U* end) {
+    constexpr std::size_t kLanes = 64 / sizeof(U);
+    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
+    const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
+    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
+    return smaller(kLanes, smaller(ahead, inPage));
+}
+
+template <class U>
+QEL_AVX512_SCAN inline V loadUnits(const U* p, std::size_t n) {
+    if constexpr (sizeof(U) == 1) return _mm512_maskz_loadu_epi8(low64(n), p);
+    else if constexpr (sizeof(U) == 2) return _mm512_maskz_loadu_epi16(low32(n), p);
+    else return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(low16(n)), p);
+}
+
+// Lanes (of the first n) holding 0 or 0x01.
+template <class U>
+QEL_AVX512 inline std::uint64_t stopLanes(V v, std::size_t n) {
+    if constexpr (sizeof(U) == 1) return _mm512_mask_cmple_epu8_mask(low64(n), v, b8(1));
+    else if constexpr (sizeof(U) == 2) return _mm512_mask_cmple_epu16_mask(low32(n), v, b16(1));
+    else return _mm512_mask_cmple_epu32_mask(static_cast<__mmask16>(low16(n)), v, b32(1));
+}
+
+// Lanes (of the first n) holding anything but 0x02..0x7F.
+template <class U>
+QEL_AVX512 inline std::uint64_t specialLanes(V v, std::size_t n) {
+    if constexpr (sizeof(U) == 1)
+        return _mm512_mask_cmpge_epu8_mask(low64(n), _mm512_sub_epi8(v, b8(2)), b8(0x7E));
+    else if constexpr (sizeof(U) == 2)
+        return _mm512_mask_cmpge_epu16_mask(low32(n), _mm512_sub_epi16(v, b16(2)), b16(0x7E));
+    else
+        return _mm512_mask_cmpge_epu32_mask(static_cast<__mmask16>(low16(n)), _mm512_sub_epi32(v, b32(2)), b32(0x7E));
+}
+
+// A string that is not aligned to its units is walked a unit at a time.
+template <class U>
+inline bool misaligned(const U* p) {
+    return (reinterpret_cast<std::uintptr_t>(p) % sizeof(U)) != 0;
+}
+
+// Whole vectors from p that lie before both `end` (when it lies ahead) and
+// the end of p's memory page.
+template <class U>
+inline std::size_t wholeVectors(const U* p, const U* end) {
+    constexpr std::size_t kLanes = 64 / sizeof(U);
+    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
+    const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
+    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
+    return smaller(ahead, inPage) / kLanes;
+}
+
+template <class U>
+QEL_AVX512_SCAN inline V loadVector(const U* p) {
+    return _mm512_loadu_si512(p);
+}
+
+// The first lane of `hits` among the units from p, by whole vectors and then
+// by one masked step, repeated page by page.
+template <class U, bool kSpecial>
+QEL_AVX512_SCAN inline const U* scan(const U* p, const U* end) {
+    constexpr std::size_t kLanes = 64 / sizeof(U);
+    for (;;) {
+        for (std::size_t k = wholeVectors(p, end); k > 0; --k) {
+            const V v = loadVector(p);
+            const std::uint64_t hit = kSpecial ? specialLanes<U>(v, kLanes) : stopLanes<U>(v, kLanes);
+            if (hit != 0) return p + _tzcnt_u64(hit);
+            p += kLanes;
+        }
+        const std::size_t n = stepUnits(p, end);
+        if (n == 0) return p;
+        const V v = loadUnits(p, n);
+        const std::uint64_t hit = kSpecial ? specialLanes<U>(v, n) : stopLanes<U>(v, n);
+        if (hit != 0) return p + _tzcnt_u64(hit);
+        p += n;
+    }
+}
+
+template <class U>
+QEL_AVX512_SCAN const U* findStop(const U* p, const U* end) noexcept {
+    if (misaligned(p)) {
+        while (p != end && static_cast<u32>(*p) > 1u) ++p;
+        return p;
+    }
+    return scan<U, false>(p, end);
+}
+
+template <class U>
+QEL_AVX512_SCAN const U* findSpecial(const U* p, const U* end) noexcept {
+    if (misaligned(p)) {
+        while (p != end && static_cast<u32>(*p) - 2u < 0x7Eu) ++p;
+        return p;
+    }
+    return scan<U, true>(p, end);
+}
+
+// Writes the first n lanes of v (all plain units) as n units of D.
+template <class S, class D>
+QEL_AVX512 inline void storePlain(V v, std::size_t n, D* o) {
+    if constexpr (sizeof(S) == 1 && sizeof(D) == 2) {
+        widenAsciiTo16(v, n, o);
+    } else if constexpr (sizeof(S) == 1 && sizeof(D) == 4) {
+        widenAsciiTo32(v, n, o);
+    } else if constexpr (sizeof(S) == 2 && sizeof(D) == 1) {
+        _mm512_mask_cvtepi16_storeu_epi8(o, low32(n), v);
+    } else if constexpr (sizeof(S) == 2 && sizeof(D) == 4) {
+        _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(n)), _mm512_cvtepu16_epi32(half<0>(v)));
+        _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(low16(groupLanes(n, 1, 16))),
+                                 _mm512_cvtepu16_epi32(half<1>(v)));
+    } else if constexpr (sizeof(S) == 4 && sizeof(D) == 1) {
+        _mm512_mask_cvtepi32_storeu_epi8(o, static_cast<__mmask16>(low16(n)), v);
+    } else {
+        _mm512_mask_cvtepi32_storeu_epi16(o, static_cast<__mmask16>(low16(n)), v);
+    }
+}
+
+template <class S, class D>
+QEL_AVX512_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd) noexcept {
+    const S* p = *pp;
+    D* o = *oo;
+    if (misaligned(p)) {
+        for (; p != end && static_cast<u32>(*p) - 2u < 0x7Eu && o != oEnd; ++p) *o++ = static_cast<D>(*p);
+    } else {
+        constexpr std::size_t kLanes = 64 / sizeof(S);
+        for (;;) {
+            std::size_t whole = smaller(wholeVectors(p, end), static_cast<std::size_t>(oEnd - o) / kLanes);
+            for (; whole > 0; --whole) {
+                const V v = loadVector(p);
+                if (specialLanes<S>(v, kLanes) != 0) break;
+                storePlain<S, D>(v, kLanes, o);
+                p += kLanes;
+                o += kLanes;
+            }
+            const std::size_t n = smaller(stepUnits(p, end), static_cast<std::size_t>(oEnd - o));
+            if (n == 0) break;
+            const V v = loadUnits(p, n);
+            const std::uint64_t hit = specialLanes<S>(v, n);
+            const std::size_t k = hit == 0 ? n : static_cast<std::size_t>(_tzcnt_u64(hit));
+            storePlain<S, D>(v, k, o);
+            p += k;
+            o += k;
+            if (k < n) break;
+        }
+    }
+    *pp = p;
+    *oo = o;
+}
+
+Kernels makeKernels() {
+    Kernels k;
+    k.isa = Isa::Avx512;
+    k.u8u16 = {&utf8Convert<true>, &utf8Measure<true>};
+    k.u8u32 = {&utf8Convert<false>, &utf8Measure<false>};
+    k.u16u8 = {&utf16ToUtf8Convert, &utf16ToUtf8Measure};
+    k.u16u32 = {&utf16ToUtf32Convert, &utf16ToUtf32Measure};
+    k.u32u8 = {&utf32ToUtf8Convert, &utf32ToUtf8Measure};
+    k.u32u16 = {&utf32ToUtf16Convert, &utf32ToUtf16Measure};
+    k.scan8 = {&findStop<u8>, &findSpecial<u8>};
+    k.scan16 = {&findStop<u16>, &findSpecial<u16>};
+    k.scan32 = {&findStop<u32>, &findSpecial<u32>};
+    k.plain8to16 = &copyPlain<u8, u16>;
+    k.plain8to32 = &copyPlain<u8, u32>;
+    k.plain16to8 = &copyPlain<u16, char>;
+    k.plain16to32 = &copyPlain<u16, u32>;
+    k.plain32to8 = &copyPlain<u32, char>;
+    k.plain32to16 = &copyPlain<u32, u16>;
+    return k;
+}
+
+}  // namespace
+
+const Kernels* avx512Kernels() noexcept {
+    static const Kernels table = makeKernels();
+    return &table;
+}
+
+}  // namespace simd
+}  // namespace qel
+
+#else
+
+namespace qel {
+namespace simd {
+const Kernels* avx512Kernels() noexcept { return nullptr; }
+}  // namespace simd
+}  // namespace qel
+
+#endif

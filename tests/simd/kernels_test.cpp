@@ -1,0 +1,364 @@
+// Differential tests of the vector kernels. Every kind of core of every pair
+// runs once with the kernels of each instruction set this CPU has and once
+// with the per-character code alone, on the same generated inputs and at
+// every output size, and the two must agree on every result, cursor, count
+// and output unit, the whole output block included (nothing may be written
+// beyond what the per-character code writes). The walker kernels are
+// compared with their one-unit-at-a-time definitions, also on strings that
+// end at the last byte before an inaccessible memory page.
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "core/policies.h"
+#include "core/simd.h"
+#include "qel/qelcore.h"
+
+namespace {
+
+using namespace qel;
+namespace policy = qel::core::policy;
+
+std::vector<const simd::Kernels*> vectorSets() {
+    std::vector<const simd::Kernels*> sets;
+    for (simd::Isa isa : {simd::Isa::Sse2, simd::Isa::Avx2, simd::Isa::Avx512}) {
+        const simd::Kernels* k = simd::forIsa(isa);
+        if (k != nullptr) sets.push_back(k);
+    }
+    return sets;
+}
+
+const char* isaName(simd::Isa isa) {
+    switch (isa) {
+    case simd::Isa::Scalar: return "scalar";
+    case simd::Isa::Sse2: return "SSE2";
+    case simd::Isa::Avx2: return "AVX2";
+    case simd::Isa::Avx512: return "AVX-512";
+    }
+    return "?";
+}
+
+// ---- generated text --------------------------------------------------------------
+
+// Text flavours: how often each size of character comes up.
+enum Flavour { MostlyAscii, Latin, Bmp, Mixed, Astral, kFlavours };
+
+class TextGen {
+public:
+    explicit TextGen(unsigned seed) : rng_(seed) {}
+    unsigned below(unsigned n) { return static_cast<unsigned>(rng_() % n); }
+
+    u32 codePoint(Flavour f) {
+        static const unsigned weights[kFlavours][4] = {
+            {95, 3, 1, 1}, {85, 15, 0, 0}, {30, 35, 35, 0}, {40, 25, 20, 15}, {20, 5, 5, 70}};
+        unsigned r = below(100), cls = 0;
+        while (r >= weights[f][cls]) r -= weights[f][cls++];
+        switch (cls) {
+        case 0: return below(10) == 0 ? below(4) : 0x20 + below(0x60);  // now and then 0x00..0x03
+        case 1: return 0x80 + below(0x780);
+        case 2: {
+            const u32 c = 0x800 + below(0xF800);
+            return (c >= 0xD800 && c < 0xE000) ? c + 0x800 : c;
+        }
+        default: return 0x10000 + below(0x100000);
+        }
+    }
+
+    // A text of up to `chars` characters in encoding S, with `faults`
+    // ill-formed pieces at random places (one may end the text).
+    template <class S>
+    std::vector<S> text(Flavour f, std::size_t chars, unsigned faults) {
+        std::vector<std::vector<S>> pieces;
+        for (std::size_t i = 0; i < chars; ++i) pieces.push_back(encode<S>(codePoint(f)));
+        for (unsigned i = 0; i < faults; ++i)
+            pieces.insert(pieces.begin() + below(static_cast<unsigned>(pieces.size()) + 1), fault<S>());
+        std::vector<S> out;
+        for (const auto& p : pieces) out.insert(out.end(), p.begin(), p.end());
+        return out;
+    }
+
+private:
+    template <class S>
+    static std::vector<S> encode(u32 c) {
+        if constexpr (sizeof(S) == 1) {
+            if (c < 0x80) return {static_cast<S>(c)};
+            if (c < 0x800) return {static_cast<S>(0xC0 | c >> 6), static_cast<S>(0x80 | (c & 0x3F))};
+            if (c < 0x10000)
+                return {static_cast<S>(0xE0 | c >> 12), static_cast<S>(0x80 | ((c >> 6) & 0x3F)),
+                        static_cast<S>(0x80 | (c & 0x3F))};
+            return {static_cast<S>(0xF0 | c >> 18), static_cast<S>(0x80 | ((c >> 12) & 0x3F)),
+                    static_cast<S>(0x80 | ((c >> 6) & 0x3F)), static_cast<S>(0x80 | (c & 0x3F))};
+        } else if constexpr (sizeof(S) == 2) {
+            if (c < 0x10000) return {static_cast<S>(c)};
+            return {static_cast<S>(0xD800 + ((c - 0x10000) >> 10)), static_cast<S>(0xDC00 + (c & 0x3FF))};
+        } else {
+            return {static_cast<S>(c)};
+        }
+    }
+
+    // Every class of ill-formed input the decoders tell apart.
+    template <class S>
+    std::vector<S> fault() {
+        if constexpr (sizeof(S) == 1) {
+            static const std::vector<std::vector<S>> all = {
+                {0x80},       {0xBF},       {0xC0, 0x80},       {0xC1, 0xBF},       {0xE0, 0x9F, 0x80},
+                {0xED, 0xA0, 0x80}, {0xF0, 0x8F, 0x80, 0x80}, {0xF4, 0x90, 0x80, 0x80}, {0xF5, 0x80, 0x80, 0x80},
+                {0xFF},       {0xE2, 0x82}, {0xF0, 0x9F, 0x98}, {0xC3},             {0xC3, 0xC3},
+                {0xE2, 0x41}, {0xF0, 0x9F, 0x41}};
+            return all[below(static_cast<unsigned>(all.size()))];
+        } else if constexpr (sizeof(S) == 2) {
+            static const std::vector<std::vector<S>> all = {{0xD800}, {0xDC00}, {0xDBFF, 0x41}, {0xDFFF, 0xD800}};
+            return all[below(static_cast<unsigned>(all.size()))];
+        } else {
+            static const std::vector<std::vector<S>> all = {{0xD800}, {0xDFFF}, {0x110000}, {0xFFFFFFFF}, {0x80000000}};
+            return all[below(static_cast<unsigned>(all.size()))];
+        }
+    }
+
+    std::mt19937 rng_;
+};
+
+// An exactly sized heap copy, so that AddressSanitizer sees any access past it.
+template <class T>
+std::unique_ptr<T[]> heapCopy(const std::vector<T>& v) {
+    std::unique_ptr<T[]> block(new T[v.size() + (v.empty() ? 1 : 0)]);
+    if (!v.empty()) std::memcpy(block.get(), v.data(), v.size() * sizeof(T));
+    return block;
+}
+
+// ---- the cores -------------------------------------------------------------------
+
+enum class Kind { Measure, Safe, Fill, Alloc };
+
+template <class D>
+struct Outcome {
+    int result = 0;
+    std::ptrdiff_t consumed = 0;
+    std::ptrdiff_t written = 0;  // output cursor (or count, or detached length)
+    std::vector<D> buffer;       // the whole output block
+
+    bool operator==(const Outcome& o) const {
+        return result == o.result && consumed == o.consumed && written == o.written && buffer == o.buffer;
+    }
+};
+
+template <class D>
+std::string describe(const Outcome<D>& o) {
+    std::string s = "result " + std::to_string(o.result) + ", consumed " + std::to_string(o.consumed) +
+                    ", written " + std::to_string(o.written) + ", buffer";
+    for (D u : o.buffer) s += " " + std::to_string(static_cast<u32>(static_cast<std::make_unsigned_t<D>>(u)));
+    return s;
+}
+
+// Runs one kind of P's cores over `input`: the safe and fill converters
+// into `room` units, the allocating core from `room` units before the end of
+// the first chunk.
+template <class P, class B>
+Outcome<core::DstOf<P>> run(Kind kind, const std::vector<core::SrcOf<P>>& input, std::size_t room, const B& bulk) {
+    using S = core::SrcOf<P>;
+    using D = core::DstOf<P>;
+    const auto in = heapCopy(input);
+    const S* cursor = in.get();
+    const S* const end = in.get() + input.size();
+    Outcome<D> out;
+    if (kind == Kind::Measure) {
+        unsigned int count = 7;  // the core adds to what is there
+        out.result = core::measureRun<P>(&count, &cursor, end, bulk);
+        out.written = count;
+    } else if (kind == Kind::Alloc) {
+        qelChrXBuf<D> buf;
+        std::memset(buf.firstChunk, 0x5A, sizeof buf.firstChunk);
+        D* o = buf.firstChunk + 512 - room;
+        const D* oe = buf.firstChunk + 512;
+        out.result = core::convertAlloc<P>(&buf, &o, &oe, &cursor, end, bulk);
+        unsigned int len = 0;
+        bool failed = false;
+        D* joined = buf.detach(&len, o, oe, &failed, 0);
+        out.written = len;
+        out.buffer.assign(joined, joined + len);
+        qelStrFree(joined);
+        buf.release();
+    } else {
+        std::vector<D> pattern(room, static_cast<D>(0x5A));
+        auto block = heapCopy(pattern);
+        D* o = block.get();
+        if (kind == Kind::Safe) {
+            out.result = core::convertSafe<P>(&o, block.get() + room, &cursor, end, bulk);
+        } else {
+            out.result = core::convertFill<P>(&o, block.get() + room, &cursor, end, bulk);
+        }
+        out.written = o - block.get();
+        out.buffer.assign(block.get(), block.get() + room);
+    }
+    out.consumed = cursor - in.get();
+    return out;
+}
+
+template <class P>
+void compareKind(Kind kind, const std::vector<core::SrcOf<P>>& input, std::size_t room,
+                 const std::vector<const simd::Kernels*>& sets, const char* pair) {
+    const auto expected = run<P>(kind, input, room, core::NoBulk<P>());
+    for (const simd::Kernels* k : sets) {
+        const auto got = run<P>(kind, input, room, core::Bulk<P>(*k));
+        ASSERT_TRUE(got == expected) << pair << " " << isaName(k->isa) << " kind " << static_cast<int>(kind)
+                                     << " input of " << input.size() << " units, room " << room
+                                     << "\n  per character: " << describe(expected) << "\n  with kernels:  "
+                                     << describe(got);
+    }
+}
+
+// Every kind of P's cores on generated texts of every flavour and length,
+// each at every output size up to two units beyond what it needs.
+template <class P, bool kHasFill = true>
+void compareCores(const char* pair, unsigned seed) {
+    const auto sets = vectorSets();
+    if (sets.empty()) GTEST_SKIP() << "no vector kernels in this build or on this CPU";
+    using S = core::SrcOf<P>;
+    TextGen gen(seed);
+    for (int f = 0; f < kFlavours; ++f) {
+        for (unsigned i = 0; i < 24; ++i) {
+            const std::size_t chars = i < 8 ? i * 3 : gen.below(i < 20 ? 90 : 400);
+            const std::vector<S> input = gen.text<S>(static_cast<Flavour>(f), chars, i % 3 == 0 ? 0 : gen.below(3));
+            compareKind<P>(Kind::Measure, input, 0, sets, pair);
+            unsigned int need = 0;
+            const S* cursor = input.data();
+            core::measureRun<P>(&need, &cursor, input.data() + input.size(), core::NoBulk<P>());
+            // With a fault the run stops early; the sizes past it still count.
+            const std::size_t largest = need + 2 + (cursor != input.data() + input.size() ? 8 : 0);
+            for (std::size_t room = 0; room <= largest; ++room) {
+                if (room > 0) compareKind<P>(Kind::Safe, input, room, sets, pair);
+                if constexpr (kHasFill) compareKind<P>(Kind::Fill, input, room, sets, pair);
+                if (room > 0 && room <= 64) compareKind<P>(Kind::Alloc, input, room, sets, pair);
+                if (::testing::Test::HasFatalFailure()) return;
+            }
+        }
+    }
+}
+
+TEST(SimdCores, Utf8ToUtf16) { compareCores<policy::Utf8ToUtf16>("UTF-8 -> UTF-16", 1); }
+TEST(SimdCores, Utf8ToUtf32) { compareCores<policy::Utf8ToUtf32>("UTF-8 -> UTF-32", 2); }
+TEST(SimdCores, Utf16ToUtf8) { compareCores<policy::Utf16ToUtf8>("UTF-16 -> UTF-8", 3); }
+TEST(SimdCores, Utf16ToUtf32) { compareCores<policy::Utf16ToUtf32, false>("UTF-16 -> UTF-32", 4); }
+TEST(SimdCores, Utf32ToUtf8) { compareCores<policy::Utf32ToUtf8>("UTF-32 -> UTF-8", 5); }
+TEST(SimdCores, Utf32ToUtf16) { compareCores<policy::Utf32ToUtf16>("UTF-32 -> UTF-16", 6); }
+
+// ---- the walker kernels ---------------------------------------------------------
+
+template <class U>
+bool isPlain(U u) {
+    const u32 v = static_cast<u32>(u);
+    return v >= 2 && v <= 0x7F;
+}
+
+// The one-unit-at-a-time definitions. `end` may be null: then a zero unit ends.
+template <class U>
+const U* stopOf(const U* p, const U* end) {
+    while (p != end && static_cast<u32>(*p) > 1) ++p;
+    return p;
+}
+template <class U>
+const U* specialOf(const U* p, const U* end) {
+    while (p != end && isPlain(*p)) ++p;
+    return p;
+}
+
+// Units of a walker test string: mostly plain, with every kind of unit the
+// walkers stop at now and then.
+template <class U>
+std::vector<U> walkerText(TextGen& gen, std::size_t n, unsigned stopEvery) {
+    std::vector<U> v(n);
+    for (U& u : v) {
+        const unsigned r = gen.below(stopEvery);
+        u = static_cast<U>(r == 0 ? 1 : r == 1 ? 0x80 + gen.below(0x7F) : r == 2 ? (sizeof(U) > 1 ? 0xFFFF : 0xFF)
+                                                                                  : 2 + gen.below(0x7E));
+    }
+    return v;
+}
+
+template <class S, class D>
+void compareWalkerKernels(unsigned seed) {
+    const auto sets = vectorSets();
+    if (sets.empty()) GTEST_SKIP() << "no vector kernels in this build or on this CPU";
+    TextGen gen(seed);
+    for (unsigned i = 0; i < 300; ++i) {
+        const std::size_t n = 1 + gen.below(i < 100 ? 40 : 300);
+        std::vector<S> text = walkerText<S>(gen, n, i % 2 == 0 ? 40 : 400);
+        text.back() = 0;  // a terminated string: walks with a null end stop here
+        const auto block = heapCopy(text);
+        const S* const begin = block.get();
+        const std::size_t from = gen.below(static_cast<unsigned>(n));
+        const S* const ends[] = {nullptr, begin + from + gen.below(static_cast<unsigned>(n - from)), begin + n - 1};
+        for (const S* end : ends) {
+            for (const simd::Kernels* k : sets) {
+                const auto scan = simd::scanKernels<S>(*k);
+                ASSERT_EQ(scan.findStop(begin + from, end), stopOf(begin + from, end)) << isaName(k->isa) << " " << i;
+                ASSERT_EQ(scan.findSpecial(begin + from, end), specialOf(begin + from, end))
+                    << isaName(k->isa) << " " << i;
+                const std::size_t plain = static_cast<std::size_t>(specialOf(begin + from, end) - (begin + from));
+                for (std::size_t room = 0; room <= plain + 1; room += (room < 70 ? 1 : 13)) {
+                    std::vector<D> expect(room + 1, static_cast<D>(0x5A)), got = expect;
+                    const std::size_t copied = plain < room ? plain : room;
+                    for (std::size_t j = 0; j < copied; ++j) expect[j] = static_cast<D>(begin[from + j]);
+                    const S* p = begin + from;
+                    D* o = got.data();
+                    simd::copyPlain<S, D>(*k)(&p, end, &o, got.data() + room);
+                    ASSERT_EQ(p - (begin + from), static_cast<std::ptrdiff_t>(copied)) << isaName(k->isa) << " " << i;
+                    ASSERT_EQ(o - got.data(), static_cast<std::ptrdiff_t>(copied));
+                    ASSERT_EQ(got, expect) << isaName(k->isa) << " " << i << " room " << room;
+                }
+            }
+        }
+    }
+}
+
+TEST(SimdWalkers, Utf8ToUtf16) { compareWalkerKernels<u8, u16>(11); }
+TEST(SimdWalkers, Utf8ToUtf32) { compareWalkerKernels<u8, u32>(12); }
+TEST(SimdWalkers, Utf16ToUtf8) { compareWalkerKernels<u16, char>(13); }
+TEST(SimdWalkers, Utf16ToUtf32) { compareWalkerKernels<u16, u32>(14); }
+TEST(SimdWalkers, Utf32ToUtf8) { compareWalkerKernels<u32, char>(15); }
+TEST(SimdWalkers, Utf32ToUtf16) { compareWalkerKernels<u32, u16>(16); }
+
+// Zero-terminated strings (null end) that end on the last unit before an
+// inaccessible page: the walker kernels must find the zero without touching
+// that page, from every start position near it.
+template <class S, class D>
+void walkToPageEnd() {
+    const auto sets = vectorSets();
+    if (sets.empty()) GTEST_SKIP() << "no vector kernels in this build or on this CPU";
+    const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    void* map = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(map, MAP_FAILED);
+    ASSERT_EQ(mprotect(static_cast<char*>(map) + page, page, PROT_NONE), 0);
+    S* const pageEnd = reinterpret_cast<S*>(static_cast<char*>(map) + page);
+    const std::size_t n = 300;
+    S* const begin = pageEnd - n;
+    for (std::size_t i = 0; i < n; ++i) begin[i] = static_cast<S>('a' + i % 26);
+    pageEnd[-1] = 0;
+    std::vector<D> out(n);
+    for (const simd::Kernels* k : sets) {
+        for (std::size_t from = 0; from < n; ++from) {
+            ASSERT_EQ(simd::scanKernels<S>(*k).findStop(begin + from, nullptr), pageEnd - 1);
+            ASSERT_EQ(simd::scanKernels<S>(*k).findSpecial(begin + from, nullptr), pageEnd - 1);
+            const S* p = begin + from;
+            D* o = out.data();
+            simd::copyPlain<S, D>(*k)(&p, nullptr, &o, out.data() + n);
+            ASSERT_EQ(p, pageEnd - 1) << isaName(k->isa);
+        }
+    }
+    munmap(map, 2 * page);
+}
+
+TEST(SimdWalkers, StopAtTheLastUnitBeforeAnInaccessiblePage) {
+    walkToPageEnd<u8, u16>();
+    walkToPageEnd<u16, char>();
+    walkToPageEnd<u32, u16>();
+}
+
+}  // namespace
