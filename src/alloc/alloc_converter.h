@@ -17,6 +17,7 @@
 #include "common/common.h"
 #include "common/sequence.h"
 #include "core/pairs.h"
+#include "core/simd.h"
 #include "qel/qelcore.h"
 
 namespace qel {
@@ -40,6 +41,7 @@ struct BufferFiller {
     qelChrXBuf<Dst> buf;
     Dst* out = buf.firstChunk;
     const Dst* outEnd = buf.firstChunk + 512;
+    const simd::CopyPlain<Src, Dst> copyPlain = simd::copyPlain<Src, Dst>(simd::active());
 
     BufferFiller() noexcept = default;
     BufferFiller(const BufferFiller&) = delete;  // the cursors point into buf
@@ -48,17 +50,20 @@ struct BufferFiller {
     // The fast path: plain units become one target unit each, moving on to
     // the next chunk when the current one is full. False when no chunk could
     // be had; the buffer then stands on the empty slot, which detach reports.
+    // Where there is a kernel it copies blocks up to the chunk's end; a unit
+    // at a time otherwise.
     bool plain(const Src*& read, const Src* inEnd) noexcept {
-        for (; read != inEnd && bounded::isPlainUnit(*read); ++read) {
+        for (;;) {
+            if (copyPlain != nullptr) copyPlain(&read, inEnd, &out, outEnd);
+            if (read == inEnd || !bounded::isPlainUnit(*read)) return true;
             if (out == outEnd) {
                 Dst* const chunk = buf.nextChunk();
                 if (chunk == nullptr) return false;
                 out = chunk;
                 outEnd = chunk + buf.curCapacity;
             }
-            *out++ = static_cast<Dst>(*read);
+            *out++ = static_cast<Dst>(*read++);
         }
-        return true;
     }
     bool run(const Src*& runStart, const Src* runEnd, ConvState& state) noexcept {
         state.result = P::alloc(&buf, &out, &outEnd, &runStart, runEnd);

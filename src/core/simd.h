@@ -32,6 +32,8 @@
 //                        *o reaching oEnd (written up to, never at oEnd)
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <type_traits>
 
 #include "common/common.h"
@@ -86,8 +88,15 @@ struct Kernels {
     CopyPlain<u32, u16> plain32to16 = nullptr;
 };
 
-// The kernels this process uses, chosen on first use from the CPU's features.
-const Kernels& active() noexcept;
+// The kernels for this CPU; callers go through active().
+const Kernels& chooseKernels() noexcept;
+
+// The kernels this process uses, chosen on first use from the CPU's features
+// and never changed afterwards.
+inline const Kernels& active() noexcept {
+    static const Kernels& chosen = chooseKernels();
+    return chosen;
+}
 
 // The kernels of one instruction set, or null when this build or CPU lacks
 // it (for tests that compare every set with the per-unit code).
@@ -98,6 +107,32 @@ const Kernels* forIsa(Isa isa) noexcept;
 const Kernels* sse2Kernels() noexcept;
 const Kernels* avx2Kernels() noexcept;
 const Kernels* avx512Kernels() noexcept;
+
+// ---- constants of the kernels ---------------------------------------------------------
+
+// Every value that a kernel broadcasts into all lanes of a vector, as the
+// 32-bit pattern of one lane group. The kernels read them from kPatternPool,
+// defined in another translation unit, so that the compiler loads each with
+// one broadcasting load instead of building it in a general register at every
+// use (which is what GCC makes of an immediate constant).
+#define QEL_SIMD_PATTERNS                                                                                     \
+    0x00000001u, 0x00000002u, 0x0000003Fu, 0x0000007Eu, 0x0000007Fu, 0x00000080u, 0x000000C0u, 0x000000E0u,   \
+        0x000000F0u, 0x000003FFu, 0x000007FFu, 0x00000800u, 0x0000D800u, 0x0000DC00u, 0x0000E000u,         \
+        0x0000FFFFu, 0x00010000u, 0x00010001u, 0x00020002u, 0x00070007u, 0x000F000Fu, 0x00102000u,         \
+        0x001FFFFFu, 0x003F003Fu, 0x007E007Eu, 0x00800080u, 0x00C000C0u, 0x01010101u, 0x02020202u,         \
+        0x035FDC00u, 0x07FF07FFu, 0x08000800u, 0x7E7E7E7Eu, 0x80808080u, 0x90909090u, 0xA0A0A0A0u,         \
+        0xC0C0C0C0u, 0xD7C0D7C0u, 0xD800D800u, 0xDC00DC00u, 0xE0E0E0E0u, 0xEDEDEDEDu, 0xF0F0F0F0u,         \
+        0xF4F4F4F4u, 0xF5F5F5F5u, 0xF800F800u, 0xFC00FC00u, 0xFFFFFFFFu
+
+inline constexpr std::uint32_t kPatternValues[] = {QEL_SIMD_PATTERNS};
+extern const std::uint32_t kPatternPool[sizeof kPatternValues / sizeof kPatternValues[0]];
+
+// Where a pattern stands in the pool, or -1.
+constexpr int patternIndex(std::uint32_t pattern) noexcept {
+    for (std::size_t i = 0; i < sizeof kPatternValues / sizeof kPatternValues[0]; ++i)
+        if (kPatternValues[i] == pattern) return static_cast<int>(i);
+    return -1;
+}
 
 // ---- access by unit types ----------------------------------------------------------
 

@@ -65,9 +65,26 @@ QEL_AVX512 inline std::uint32_t low16(std::size_t n) { return _bzhi_u32(0xFFFFu,
 
 inline std::size_t smaller(std::size_t a, std::size_t b) { return a < b ? a : b; }
 
-QEL_AVX512 inline V b8(int v) { return _mm512_set1_epi8(static_cast<char>(v)); }
-QEL_AVX512 inline V b16(int v) { return _mm512_set1_epi16(static_cast<short>(v)); }
-QEL_AVX512 inline V b32(unsigned v) { return _mm512_set1_epi32(static_cast<int>(v)); }
+// Every byte, 16-bit or 32-bit lane holding one constant, read from the
+// pattern pool (see simd.h).
+template <std::uint32_t kPattern>
+QEL_AVX512 inline V splat() {
+    constexpr int kIndex = patternIndex(kPattern);
+    static_assert(kIndex >= 0, "every constant of the kernels is in the pattern pool");
+    return _mm512_set1_epi32(static_cast<int>(kPatternPool[kIndex]));
+}
+template <std::uint32_t kByte>
+QEL_AVX512 inline V b8() {
+    return splat<(kByte & 0xFFu) * 0x01010101u>();
+}
+template <std::uint32_t kWord>
+QEL_AVX512 inline V b16() {
+    return splat<(kWord & 0xFFFFu) * 0x00010001u>();
+}
+template <std::uint32_t kDword>
+QEL_AVX512 inline V b32() {
+    return splat<kDword>();
+}
 
 // Lane k of a vector of 16-bit or 32-bit units.
 QEL_AVX512 inline unsigned wordAt(V v, unsigned k) {
@@ -135,7 +152,7 @@ struct Utf8Block {
 // bytes (1..64) held in `in` (lanes from n on are zero).
 QEL_AVX512 inline void decodeUtf8(V in, unsigned n, Utf8Block& blk) {
     const std::uint64_t live = low64(n);
-    const std::uint64_t cont = _mm512_cmpeq_epi8_mask(_mm512_and_si512(in, b8(0xC0)), b8(0x80));
+    const std::uint64_t cont = _mm512_cmpeq_epi8_mask(_mm512_and_si512(in, b8<0xC0>()), b8<0x80>());
     const std::uint64_t lead = live & ~cont;
     blk.count = static_cast<unsigned>(_mm_popcnt_u64(lead));
     if ((lead & 1u) == 0) {
@@ -143,7 +160,7 @@ QEL_AVX512 inline void decodeUtf8(V in, unsigned n, Utf8Block& blk) {
         return;
     }
     const V iota = _mm512_load_si512(kIota8);
-    const V one = b8(1);
+    const V one = b8<1>();
     const V pos = _mm512_maskz_compress_epi8(lead, iota);
     const V pos1 = _mm512_add_epi8(pos, one);
     const V pos2 = _mm512_add_epi8(pos1, one);
@@ -155,9 +172,9 @@ QEL_AVX512 inline void decodeUtf8(V in, unsigned n, Utf8Block& blk) {
     blk.b2 = _mm512_permutexvar_epi8(pos2, in);
     blk.b3 = _mm512_permutexvar_epi8(pos3, in);
 
-    const std::uint64_t two = _mm512_cmpge_epu8_mask(b0, b8(0xC0));
-    const std::uint64_t three = _mm512_cmpge_epu8_mask(b0, b8(0xE0));
-    const std::uint64_t four = _mm512_cmpge_epu8_mask(b0, b8(0xF0));
+    const std::uint64_t two = _mm512_cmpge_epu8_mask(b0, b8<0xC0>());
+    const std::uint64_t three = _mm512_cmpge_epu8_mask(b0, b8<0xE0>());
+    const std::uint64_t four = _mm512_cmpge_epu8_mask(b0, b8<0xF0>());
     V len = one;
     len = _mm512_mask_add_epi8(len, two, len, one);
     len = _mm512_mask_add_epi8(len, three, len, one);
@@ -167,13 +184,13 @@ QEL_AVX512 inline void decodeUtf8(V in, unsigned n, Utf8Block& blk) {
     following = _mm512_mask_set1_epi8(following, 1ull << (blk.count - 1), static_cast<char>(n));
     std::uint64_t good = _mm512_cmpeq_epi8_mask(following, _mm512_add_epi8(pos, len));
 
-    std::uint64_t bad = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(b0, b8(0xC0)), b8(2));  // C0, C1
-    bad |= _mm512_cmpge_epu8_mask(b0, b8(0xF5));
+    std::uint64_t bad = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(b0, b8<0xC0>()), b8<2>());  // C0, C1
+    bad |= _mm512_cmpge_epu8_mask(b0, b8<0xF5>());
     if (three != 0) {
-        bad |= _mm512_mask_cmplt_epu8_mask(_mm512_cmpeq_epi8_mask(b0, b8(0xE0)), b1, b8(0xA0));  // overlong
-        bad |= _mm512_mask_cmpge_epu8_mask(_mm512_cmpeq_epi8_mask(b0, b8(0xED)), b1, b8(0xA0));  // surrogate
-        bad |= _mm512_mask_cmplt_epu8_mask(_mm512_cmpeq_epi8_mask(b0, b8(0xF0)), b1, b8(0x90));  // overlong
-        bad |= _mm512_mask_cmpge_epu8_mask(_mm512_cmpeq_epi8_mask(b0, b8(0xF4)), b1, b8(0x90));  // > U+10FFFF
+        bad |= _mm512_mask_cmplt_epu8_mask(_mm512_cmpeq_epi8_mask(b0, b8<0xE0>()), b1, b8<0xA0>());  // overlong
+        bad |= _mm512_mask_cmpge_epu8_mask(_mm512_cmpeq_epi8_mask(b0, b8<0xED>()), b1, b8<0xA0>());  // surrogate
+        bad |= _mm512_mask_cmplt_epu8_mask(_mm512_cmpeq_epi8_mask(b0, b8<0xF0>()), b1, b8<0x90>());  // overlong
+        bad |= _mm512_mask_cmpge_epu8_mask(_mm512_cmpeq_epi8_mask(b0, b8<0xF4>()), b1, b8<0x90>());  // > U+10FFFF
     }
     good &= ~bad & low64(blk.count);
     const unsigned chars = static_cast<unsigned>(_tzcnt_u64(~good));
@@ -190,7 +207,7 @@ QEL_AVX512 inline V codePoints32(const Utf8Block& blk) {
     const __mmask16 m2 = static_cast<__mmask16>(blk.two >> (16 * g));
     const __mmask16 m3 = static_cast<__mmask16>(blk.three >> (16 * g));
     const __mmask16 m4 = static_cast<__mmask16>(blk.four >> (16 * g));
-    const V low6 = b32(0x3F);
+    const V low6 = b32<0x3F>();
     V acc = _mm512_cvtepu8_epi32(quarter<g>(blk.b0));
     const V c1 = _mm512_and_si512(_mm512_cvtepu8_epi32(quarter<g>(blk.b1)), low6);
     const V c2 = _mm512_and_si512(_mm512_cvtepu8_epi32(quarter<g>(blk.b2)), low6);
@@ -199,10 +216,10 @@ QEL_AVX512 inline V codePoints32(const Utf8Block& blk) {
     acc = _mm512_mask_or_epi32(acc, m3, _mm512_slli_epi32(acc, 6), c2);
     acc = _mm512_mask_or_epi32(acc, m4, _mm512_slli_epi32(acc, 6), c3);
     // The lead byte's length bits now stand above the code point.
-    V keep = b32(0x7Fu);
-    keep = _mm512_mask_mov_epi32(keep, m2, b32(0x7FFu));
-    keep = _mm512_mask_mov_epi32(keep, m3, b32(0xFFFFu));
-    keep = _mm512_mask_mov_epi32(keep, m4, b32(0x1FFFFFu));
+    V keep = b32<0x7Fu>();
+    keep = _mm512_mask_mov_epi32(keep, m2, b32<0x7FFu>());
+    keep = _mm512_mask_mov_epi32(keep, m3, b32<0xFFFFu>());
+    keep = _mm512_mask_mov_epi32(keep, m4, b32<0x1FFFFFu>());
     return _mm512_and_si512(acc, keep);
 }
 
@@ -212,7 +229,7 @@ template <unsigned h>
 QEL_AVX512 inline V codePoints16(const Utf8Block& blk) {
     const __mmask32 m2 = static_cast<__mmask32>(blk.two >> (32 * h));
     const __mmask32 m3 = static_cast<__mmask32>(blk.three >> (32 * h));
-    const V low6 = b16(0x3F);
+    const V low6 = b16<0x3F>();
     V acc = _mm512_cvtepu8_epi16(half<h>(blk.b0));
     const V c1 = _mm512_and_si512(_mm512_cvtepu8_epi16(half<h>(blk.b1)), low6);
     const V c2 = _mm512_and_si512(_mm512_cvtepu8_epi16(half<h>(blk.b2)), low6);
@@ -220,7 +237,7 @@ QEL_AVX512 inline V codePoints16(const Utf8Block& blk) {
     acc = _mm512_mask_mov_epi16(acc, m3, _mm512_or_si512(_mm512_slli_epi16(acc, 6), c2));
     // Three-byte forms lose their length bits above bit 15; two-byte ones
     // keep them at bits 11..13.
-    return _mm512_and_si512(acc, _mm512_mask_mov_epi16(b16(-1), m2 & ~m3, b16(0x7FF)));
+    return _mm512_and_si512(acc, _mm512_mask_mov_epi16(b16<0xFFFF>(), m2 & ~m3, b16<0x7FF>()));
 }
 
 // The sizes of the last multi-byte character among the first `chars` of a
@@ -237,14 +254,14 @@ QEL_AVX512 inline void lastUtf8Char(const Utf8Block& blk, unsigned chars, bool u
 // Writes 16 code points (lanes in `live`, a prefix) as UTF-16; returns the
 // units written.
 QEL_AVX512 inline unsigned storeUtf16(V cp, __mmask16 live, u16* o) {
-    const __mmask16 sup = _mm512_mask_cmpge_epu32_mask(live, cp, b32(0x10000u));
+    const __mmask16 sup = _mm512_mask_cmpge_epu32_mask(live, cp, b32<0x10000u>());
     if (sup == 0) {
         _mm512_mask_cvtepi32_storeu_epi16(o, live, cp);
         return static_cast<unsigned>(_mm_popcnt_u32(live));
     }
-    const V v = _mm512_sub_epi32(cp, b32(0x10000u));
-    const V high = _mm512_add_epi32(_mm512_srli_epi32(v, 10), b32(0xD800u));
-    const V low = _mm512_add_epi32(_mm512_and_si512(v, b32(0x3FFu)), b32(0xDC00u));
+    const V v = _mm512_sub_epi32(cp, b32<0x10000u>());
+    const V high = _mm512_add_epi32(_mm512_srli_epi32(v, 10), b32<0xD800u>());
+    const V low = _mm512_add_epi32(_mm512_and_si512(v, b32<0x3FFu>()), b32<0xDC00u>());
     const V pair = _mm512_or_si512(high, _mm512_slli_epi32(low, 16));
     const V words = _mm512_mask_mov_epi32(cp, sup, pair);
     const __mmask32 keep = _pdep_u32(live, 0x55555555u) | _pdep_u32(sup, 0xAAAAAAAAu);
@@ -257,23 +274,23 @@ QEL_AVX512 inline unsigned storeUtf16(V cp, __mmask16 live, u16* o) {
 // Writes 16 code points (lanes in `live`) as UTF-8; returns the bytes
 // written.
 QEL_AVX512 inline unsigned storeUtf8(V cp, __mmask16 live, char* o) {
-    const V low6 = b32(0x3F);
-    const V t0 = _mm512_or_si512(_mm512_and_si512(cp, low6), b32(0x80));
-    const V t1 = _mm512_or_si512(_mm512_and_si512(_mm512_srli_epi32(cp, 6), low6), b32(0x80));
-    const V t2 = _mm512_or_si512(_mm512_and_si512(_mm512_srli_epi32(cp, 12), low6), b32(0x80));
-    const __mmask16 m2 = _mm512_cmpge_epu32_mask(cp, b32(0x80));
-    const __mmask16 m3 = _mm512_cmpge_epu32_mask(cp, b32(0x800));
-    const __mmask16 m4 = _mm512_cmpge_epu32_mask(cp, b32(0x10000));
+    const V low6 = b32<0x3F>();
+    const V t0 = _mm512_or_si512(_mm512_and_si512(cp, low6), b32<0x80>());
+    const V t1 = _mm512_or_si512(_mm512_and_si512(_mm512_srli_epi32(cp, 6), low6), b32<0x80>());
+    const V t2 = _mm512_or_si512(_mm512_and_si512(_mm512_srli_epi32(cp, 12), low6), b32<0x80>());
+    const __mmask16 m2 = _mm512_cmpge_epu32_mask(cp, b32<0x80>());
+    const __mmask16 m3 = _mm512_cmpge_epu32_mask(cp, b32<0x800>());
+    const __mmask16 m4 = _mm512_cmpge_epu32_mask(cp, b32<0x10000>());
     V w = cp;
     w = _mm512_mask_mov_epi32(
-        w, m2, _mm512_or_si512(_mm512_or_si512(_mm512_srli_epi32(cp, 6), b32(0xC0)), _mm512_slli_epi32(t0, 8)));
+        w, m2, _mm512_or_si512(_mm512_or_si512(_mm512_srli_epi32(cp, 6), b32<0xC0>()), _mm512_slli_epi32(t0, 8)));
     w = _mm512_mask_mov_epi32(
         w, m3,
-        _mm512_or_si512(_mm512_or_si512(_mm512_srli_epi32(cp, 12), b32(0xE0)),
+        _mm512_or_si512(_mm512_or_si512(_mm512_srli_epi32(cp, 12), b32<0xE0>()),
                         _mm512_or_si512(_mm512_slli_epi32(t1, 8), _mm512_slli_epi32(t0, 16))));
     w = _mm512_mask_mov_epi32(
         w, m4,
-        _mm512_or_si512(_mm512_or_si512(_mm512_srli_epi32(cp, 18), b32(0xF0)),
+        _mm512_or_si512(_mm512_or_si512(_mm512_srli_epi32(cp, 18), b32<0xF0>()),
                         _mm512_or_si512(_mm512_slli_epi32(t2, 8),
                                         _mm512_or_si512(_mm512_slli_epi32(t1, 16), _mm512_slli_epi32(t0, 24)))));
     w = _mm512_maskz_mov_epi32(live, w);
@@ -286,98 +303,156 @@ QEL_AVX512 inline unsigned storeUtf8(V cp, __mmask16 live, char* o) {
     return count;
 }
 
-// ---- UTF-8 blocks of the BMP -----------------------------------------------------
+// ---- well-formed UTF-8 blocks ------------------------------------------------------
 
-// A block of one-, two- and three-byte characters is checked by where its
-// continuation bytes stand: exactly one after each two-byte lead and two
-// after each three-byte lead, and nowhere else, with no lead byte C0, C1 or
-// from F0, and the second byte in range after E0 and ED. Each character is
-// then decoded at its lead byte from the two bytes that follow it, in 16-bit
-// lanes, and the lanes of the lead bytes are packed together.
-struct BmpBlock {
-    std::uint64_t lead;  // lead bytes, one per character
-    std::uint64_t slow;  // lead bytes of two or three bytes
-    V low;               // 16-bit values of positions 0..31 (valid at lead bytes)
-    V high;              // of positions 32..63
+// A block of well-formed characters is checked by where its continuation
+// bytes stand: exactly one after each two-byte lead, two after each
+// three-byte lead and three after each four-byte lead, and nowhere else, with
+// no lead byte C0, C1 or from F5, and the second byte in range after E0, ED,
+// F0 and F4. Each character is then decoded at its lead byte from the bytes
+// that follow it, in 16-bit lanes, and the lanes of the lead bytes are packed
+// together; in UTF-16 a four-byte character puts its high surrogate on its
+// lead byte and its low surrogate on the byte after it.
+struct FastBlock {
+    std::uint64_t lead;   // lead bytes, one per character
+    std::uint64_t multi;  // leads of two or more bytes
+    std::uint64_t three;  // of three or more
+    std::uint64_t four;   // of four
+    V in, next1, next2;   // the block, and shifted by one and two bytes
 };
 
-template <unsigned h>
-QEL_AVX512 inline V bmpValues(V in, V next1, V next2, std::uint64_t multi, std::uint64_t three) {
-    const V low6 = b16(0x3F);
-    const V b = _mm512_cvtepu8_epi16(half<h>(in));
-    const V n1 = _mm512_and_si512(_mm512_cvtepu8_epi16(half<h>(next1)), low6);
-    const __mmask32 m2 = static_cast<__mmask32>(multi >> (32 * h));
-    const __mmask32 m3 = static_cast<__mmask32>(three >> (32 * h));
+// The `whole` bytes (from wholeBytes) of `in` as a block of well-formed
+// characters; false when anything in them is ill-formed (the general decoder
+// then finds how far the block is well-formed).
+QEL_AVX512 inline bool checkFast(V in, unsigned whole, FastBlock& blk) {
+    if (whole == 0) return false;
+    const std::uint64_t live = low64(whole);
+    const std::uint64_t cont = _mm512_mask_cmpeq_epi8_mask(live, _mm512_and_si512(in, b8<0xC0>()), b8<0x80>());
+    const std::uint64_t multi = _mm512_mask_cmpge_epu8_mask(live, in, b8<0xC0>());
+    const std::uint64_t three = _mm512_mask_cmpge_epu8_mask(live, in, b8<0xE0>());
+    const std::uint64_t four = _mm512_mask_cmpge_epu8_mask(live, in, b8<0xF0>());
+    const std::uint64_t refused = _mm512_mask_cmpge_epu8_mask(live, in, b8<0xF5>()) |
+                                  _mm512_mask_cmplt_epu8_mask(live, _mm512_sub_epi8(in, b8<0xC0>()), b8<2>());
+    // A lead byte at the block's last positions announces bytes beyond it:
+    // the shift loses them, but wholeBytes has moved `whole` before it.
+    if (refused != 0 || ((multi << 1) | (three << 2) | (four << 3)) != cont) return false;
+    const V next1 = _mm512_permutexvar_epi8(_mm512_load_si512(kIotaPlus1), in);
+    if (three != 0) {
+        const std::uint64_t rangeBad =
+            _mm512_mask_cmplt_epu8_mask(_mm512_mask_cmpeq_epi8_mask(three, in, b8<0xE0>()), next1, b8<0xA0>()) |
+            _mm512_mask_cmpge_epu8_mask(_mm512_mask_cmpeq_epi8_mask(three, in, b8<0xED>()), next1, b8<0xA0>()) |
+            _mm512_mask_cmplt_epu8_mask(_mm512_mask_cmpeq_epi8_mask(four, in, b8<0xF0>()), next1, b8<0x90>()) |
+            _mm512_mask_cmpge_epu8_mask(_mm512_mask_cmpeq_epi8_mask(four, in, b8<0xF4>()), next1, b8<0x90>());
+        if (rangeBad != 0) return false;
+        blk.next2 = _mm512_permutexvar_epi8(_mm512_load_si512(kIotaPlus2), in);
+    }
+    blk.lead = live & ~cont;
+    blk.multi = multi;
+    blk.three = three;
+    blk.four = four;
+    blk.in = in;
+    blk.next1 = next1;
+    return true;
+}
+
+// 16-bit values of positions 32H..32H+31: the code point at the lead byte of
+// a character of the BMP, the surrogates of a four-byte one at its lead byte
+// and the byte after it (kUtf16), or the low 16 bits of its code point at its
+// lead byte (not kUtf16).
+template <unsigned h, bool kUtf16>
+QEL_AVX512 inline V fastValues(const FastBlock& blk) {
+    const V low6 = b16<0x3F>();
+    const V b = _mm512_cvtepu8_epi16(half<h>(blk.in));
+    const V n1 = _mm512_and_si512(_mm512_cvtepu8_epi16(half<h>(blk.next1)), low6);
+    const __mmask32 m2 = static_cast<__mmask32>(blk.multi >> (32 * h));
     // Two bytes: 110xxxxx 10yyyyyy -> xxxxxyyyyyy.
-    V v = _mm512_mask_mov_epi16(b, m2, _mm512_and_si512(_mm512_or_si512(_mm512_slli_epi16(b, 6), n1), b16(0x7FF)));
-    if (m3 != 0) {
-        // Three bytes: the lead's length bits leave the 16-bit lane.
-        const V n2 = _mm512_and_si512(_mm512_cvtepu8_epi16(half<h>(next2)), low6);
-        const V v3 = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi16(b, 12), _mm512_slli_epi16(n1, 6)), n2);
-        v = _mm512_mask_mov_epi16(v, m3, v3);
+    V v = _mm512_mask_mov_epi16(b, m2, _mm512_and_si512(_mm512_or_si512(_mm512_slli_epi16(b, 6), n1), b16<0x7FF>()));
+    if (blk.three == 0) return v;
+    const __mmask32 m3 = static_cast<__mmask32>(blk.three >> (32 * h));
+    const V n2 = _mm512_and_si512(_mm512_cvtepu8_epi16(half<h>(blk.next2)), low6);
+    // Three bytes: the lead's length bits leave the 16-bit lane.
+    v = _mm512_mask_mov_epi16(v, m3, _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi16(b, 12), _mm512_slli_epi16(n1, 6)), n2));
+    if (blk.four == 0) return v;
+    const __mmask32 m4 = static_cast<__mmask32>(blk.four >> (32 * h));
+    if constexpr (kUtf16) {
+        // High surrogate 0xD800 + ((cp - 0x10000) >> 10) = 0xD7C0 + (cp >> 10);
+        // low surrogate, on the byte after the lead, from that byte's next two.
+        const V above10 = _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi16(_mm512_and_si512(b, b16<7>()), 8),
+                                                          _mm512_slli_epi16(n1, 2)),
+                                          _mm512_srli_epi16(n2, 4));
+        v = _mm512_mask_mov_epi16(v, m4, _mm512_add_epi16(above10, b16<0xD7C0>()));
+        const __mmask32 mLow = static_cast<__mmask32>((blk.four << 1) >> (32 * h));
+        const V lowSur = _mm512_or_si512(
+            _mm512_or_si512(_mm512_slli_epi16(_mm512_and_si512(n1, b16<0xF>()), 6), n2), b16<0xDC00>());
+        v = _mm512_mask_mov_epi16(v, mLow, lowSur);
+    } else {
+        // The low 16 bits: 4 of the second byte, 6 of the third and the fourth.
+        const V next3 = _mm512_permutexvar_epi8(_mm512_load_si512(kIotaPlus1), blk.next2);
+        const V n3 = _mm512_and_si512(_mm512_cvtepu8_epi16(half<h>(next3)), low6);
+        const V low16 = _mm512_or_si512(
+            _mm512_or_si512(_mm512_slli_epi16(_mm512_and_si512(n1, b16<0xF>()), 12), _mm512_slli_epi16(n2, 6)), n3);
+        v = _mm512_mask_mov_epi16(v, m4, low16);
     }
     return v;
 }
 
-// The `whole` bytes (from wholeBytes) of `in` as a block of the BMP; false
-// when they hold a four-byte character or anything ill-formed, which the
-// general decoder then deals with.
-QEL_AVX512 inline bool decodeBmp(V in, unsigned whole, BmpBlock& blk) {
-    if (whole == 0) return false;
-    const std::uint64_t live = low64(whole);
-    const std::uint64_t cont = _mm512_mask_cmpeq_epi8_mask(live, _mm512_and_si512(in, b8(0xC0)), b8(0x80));
-    const std::uint64_t multi = _mm512_mask_cmpge_epu8_mask(live, in, b8(0xC0));
-    const std::uint64_t three = _mm512_mask_cmpge_epu8_mask(live, in, b8(0xE0));
-    const std::uint64_t refused = _mm512_mask_cmpge_epu8_mask(live, in, b8(0xF0)) |
-                                  _mm512_mask_cmplt_epu8_mask(live, _mm512_sub_epi8(in, b8(0xC0)), b8(2));
-    // A lead byte at the block's last positions announces bytes beyond it:
-    // the shift loses them, but wholeBytes has moved `whole` before it.
-    if (refused != 0 || ((multi << 1) | (three << 2)) != cont) return false;
-    const V next1 = _mm512_permutexvar_epi8(_mm512_load_si512(kIotaPlus1), in);
-    V next2 = next1;
-    if (three != 0) {
-        const std::uint64_t rangeBad =
-            _mm512_mask_cmplt_epu8_mask(_mm512_mask_cmpeq_epi8_mask(three, in, b8(0xE0)), next1, b8(0xA0)) |
-            _mm512_mask_cmpge_epu8_mask(_mm512_mask_cmpeq_epi8_mask(three, in, b8(0xED)), next1, b8(0xA0));
-        if (rangeBad != 0) return false;
-        next2 = _mm512_permutexvar_epi8(_mm512_load_si512(kIotaPlus2), in);
-    }
-    blk.lead = live & ~cont;
-    blk.slow = multi;
-    blk.low = bmpValues<0>(in, next1, next2, multi, three);
-    blk.high = bmpValues<1>(in, next1, next2, multi, three);
-    return true;
+// The bits 16..20 of the code points of four-byte characters at their lead
+// bytes, positions 32H..32H+31.
+template <unsigned h>
+QEL_AVX512 inline V fastHighBits(const FastBlock& blk) {
+    const V b = _mm512_cvtepu8_epi16(half<h>(blk.in));
+    const V n1 = _mm512_and_si512(_mm512_cvtepu8_epi16(half<h>(blk.next1)), b16<0x3F>());
+    const V high = _mm512_or_si512(_mm512_slli_epi16(_mm512_and_si512(b, b16<7>()), 2), _mm512_srli_epi16(n1, 4));
+    return _mm512_maskz_mov_epi16(static_cast<__mmask32>(blk.four >> (32 * h)), high);
 }
 
-// Writes the characters of a BMP block as UTF-16 or UTF-32; returns the
-// units written.
+// Writes `count` packed 16-bit values (and their bits 16..20) as UTF-32.
+QEL_AVX512 inline void storeWide(V packed, V packedHigh, bool high, unsigned count, u32* o) {
+    V w0 = _mm512_cvtepu16_epi32(half<0>(packed));
+    V w1 = _mm512_cvtepu16_epi32(half<1>(packed));
+    if (high) {
+        w0 = _mm512_or_si512(w0, _mm512_slli_epi32(_mm512_cvtepu16_epi32(half<0>(packedHigh)), 16));
+        w1 = _mm512_or_si512(w1, _mm512_slli_epi32(_mm512_cvtepu16_epi32(half<1>(packedHigh)), 16));
+    }
+    _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(count)), w0);
+    _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(low16(groupLanes(count, 1, 16))), w1);
+}
+
+// Writes the characters of a well-formed block as UTF-16 or UTF-32; returns
+// the units written.
 template <class D>
-QEL_AVX512 inline unsigned writeBmp(const BmpBlock& blk, D* o) {
-    const __mmask32 lead0 = static_cast<__mmask32>(blk.lead), lead1 = static_cast<__mmask32>(blk.lead >> 32);
-    const unsigned c0 = static_cast<unsigned>(_mm_popcnt_u32(lead0));
-    const unsigned c1 = static_cast<unsigned>(_mm_popcnt_u32(lead1));
-    const V packed0 = _mm512_maskz_compress_epi16(lead0, blk.low);
-    const V packed1 = _mm512_maskz_compress_epi16(lead1, blk.high);
+QEL_AVX512 inline unsigned writeFast(const FastBlock& blk, D* o) {
     if constexpr (sizeof(D) == 2) {
-        _mm512_mask_storeu_epi16(o, low32(c0), packed0);
-        _mm512_mask_storeu_epi16(o + c0, low32(c1), packed1);
+        const std::uint64_t units = blk.lead | (blk.four << 1);
+        const __mmask32 u0 = static_cast<__mmask32>(units), u1 = static_cast<__mmask32>(units >> 32);
+        const unsigned c0 = static_cast<unsigned>(_mm_popcnt_u32(u0));
+        const unsigned c1 = static_cast<unsigned>(_mm_popcnt_u32(u1));
+        _mm512_mask_storeu_epi16(o, low32(c0), _mm512_maskz_compress_epi16(u0, fastValues<0, true>(blk)));
+        _mm512_mask_storeu_epi16(o + c0, low32(c1), _mm512_maskz_compress_epi16(u1, fastValues<1, true>(blk)));
+        return c0 + c1;
     } else {
-        _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(c0)), _mm512_cvtepu16_epi32(half<0>(packed0)));
-        _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(low16(groupLanes(c0, 1, 16))),
-                                 _mm512_cvtepu16_epi32(half<1>(packed0)));
-        _mm512_mask_storeu_epi32(o + c0, static_cast<__mmask16>(low16(c1)), _mm512_cvtepu16_epi32(half<0>(packed1)));
-        _mm512_mask_storeu_epi32(o + c0 + 16, static_cast<__mmask16>(low16(groupLanes(c1, 1, 16))),
-                                 _mm512_cvtepu16_epi32(half<1>(packed1)));
+        const __mmask32 l0 = static_cast<__mmask32>(blk.lead), l1 = static_cast<__mmask32>(blk.lead >> 32);
+        const unsigned c0 = static_cast<unsigned>(_mm_popcnt_u32(l0));
+        const unsigned c1 = static_cast<unsigned>(_mm_popcnt_u32(l1));
+        const bool high = blk.four != 0;
+        const V p0 = _mm512_maskz_compress_epi16(l0, fastValues<0, false>(blk));
+        const V p1 = _mm512_maskz_compress_epi16(l1, fastValues<1, false>(blk));
+        const V h0 = high ? _mm512_maskz_compress_epi16(l0, fastHighBits<0>(blk)) : p0;
+        const V h1 = high ? _mm512_maskz_compress_epi16(l1, fastHighBits<1>(blk)) : p1;
+        storeWide(p0, h0, high, c0, o);
+        storeWide(p1, h1, high, c1, o + c0);
+        return c0 + c1;
     }
-    return c0 + c1;
 }
 
-// The sizes of the last multi-byte character of a BMP block at p, if any.
-inline void lastBmpChar(const u8* p, std::uint64_t slow, SlowChar* last) {
-    if (slow == 0) return;
-    const unsigned k = 63u - static_cast<unsigned>(__builtin_clzll(slow));
-    last->len = p[k] >= 0xE0u ? 3 : 2;
-    last->size = 1;
+// The sizes of the last multi-byte character of a well-formed block at p.
+inline void lastFastChar(const u8* p, std::uint64_t multi, bool toUtf16, SlowChar* last) {
+    if (multi == 0) return;
+    const unsigned k = 63u - static_cast<unsigned>(__builtin_clzll(multi));
+    const u32 lead = p[k];
+    const int len = lead >= 0xF0u ? 4 : lead >= 0xE0u ? 3 : 2;
+    last->len = len;
+    last->size = (toUtf16 && len == 4) ? 2 : 1;
 }
 
 // ---- UTF-8 -> UTF-16 and UTF-32 ---------------------------------------------------
@@ -440,9 +515,11 @@ QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditio
     auto* o = *oo;
     const u8* limit = p;
     for (;;) {
-        // Output units never outnumber input bytes.
+        // Output units never outnumber input bytes. The last few bytes before
+        // the limit are left to the per-character code: a step over them
+        // would cost more than it takes.
         const std::size_t n = stepSize(p, limit, end, o, outEnd, 1, 64);
-        if (n == 0) break;
+        if (n < 4) break;
         const V in = _mm512_maskz_loadu_epi8(low64(n), p);
         if (_mm512_movepi8_mask(in) == 0) {
             if constexpr (kToUtf16) {
@@ -455,13 +532,17 @@ QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditio
             continue;
         }
         const unsigned whole = wholeBytes(p, static_cast<unsigned>(n));
-        BmpBlock bmp;
-        if (decodeBmp(in, whole, bmp)) {
-            o += writeBmp(bmp, o);
-            lastBmpChar(p, bmp.slow, last);
+        FastBlock fast;
+        if (checkFast(in, whole, fast)) {
+            o += writeFast(fast, o);
+            lastFastChar(p, fast.multi, kToUtf16, last);
             p += whole;
             continue;
         }
+        // Nothing whole in the step, or something ill-formed: the general
+        // decoder finds the characters before it, and the per-character
+        // code takes over after them.
+        if (whole == 0) break;
         Utf8Block blk;
         decodeUtf8(in, whole, blk);
         if constexpr (kToUtf16) {
@@ -525,13 +606,15 @@ QEL_AVX512 void utf8Measure(const u8** pp, const u8* end, unsigned int* count, S
             continue;
         }
         const unsigned whole = wholeBytes(p, static_cast<unsigned>(n));
-        BmpBlock bmp;
-        if (decodeBmp(in, whole, bmp)) {
-            total += static_cast<unsigned>(_mm_popcnt_u64(bmp.lead));
-            lastBmpChar(p, bmp.slow, last);
+        FastBlock fast;
+        if (checkFast(in, whole, fast)) {
+            total += static_cast<unsigned>(_mm_popcnt_u64(fast.lead));
+            if (kToUtf16) total += static_cast<unsigned>(_mm_popcnt_u64(fast.four));
+            lastFastChar(p, fast.multi, kToUtf16, last);
             p += whole;
             continue;
         }
+        if (whole == 0) break;
         Utf8Block blk;
         decodeUtf8(in, whole, blk);
         total += blk.chars;
@@ -560,9 +643,9 @@ struct Utf16Block {
 
 QEL_AVX512 inline Utf16Block checkUtf16(V units, std::size_t n) {
     const std::uint32_t live = low32(n);
-    const std::uint32_t sur = _mm512_mask_cmpeq_epi16_mask(live, _mm512_and_si512(units, b16(0xF800)), b16(0xD800));
+    const std::uint32_t sur = _mm512_mask_cmpeq_epi16_mask(live, _mm512_and_si512(units, b16<0xF800>()), b16<0xD800>());
     if (sur == 0) return {static_cast<unsigned>(n), 0, 0};
-    const std::uint32_t high = _mm512_mask_cmpeq_epi16_mask(sur, _mm512_and_si512(units, b16(0xFC00)), b16(0xD800));
+    const std::uint32_t high = _mm512_mask_cmpeq_epi16_mask(sur, _mm512_and_si512(units, b16<0xFC00>()), b16<0xD800>());
     const std::uint32_t low = sur & ~high;
     const std::uint32_t bad = (high & ~(low >> 1)) | (low & ~(high << 1));
     const unsigned taken = bad == 0 ? static_cast<unsigned>(n) : static_cast<unsigned>(_tzcnt_u32(bad));
@@ -589,7 +672,7 @@ QEL_AVX512 inline V combineUtf16(V units, V next, std::uint32_t high) {
     const V u = _mm512_cvtepu16_epi32(half<g>(units));
     const V nx = _mm512_cvtepu16_epi32(half<g>(next));
     // (u - 0xD800) * 0x400 + (nx - 0xDC00) + 0x10000
-    const V pair = _mm512_sub_epi32(_mm512_add_epi32(_mm512_slli_epi32(u, 10), nx), b32(0x35FDC00u));
+    const V pair = _mm512_sub_epi32(_mm512_add_epi32(_mm512_slli_epi32(u, 10), nx), b32<0x35FDC00u>());
     return _mm512_mask_mov_epi32(u, static_cast<__mmask16>(high >> (16 * g)), pair);
 }
 
@@ -599,8 +682,8 @@ QEL_AVX512 inline V combineUtf16(V units, V next, std::uint32_t high) {
 QEL_AVX512 inline unsigned emitUtf16ToUtf8(V units, V following, const Utf16Block& blk, unsigned taken, char* o,
                                            SlowChar* last) {
     const std::uint32_t take = low32(taken);
-    const std::uint32_t slow = _mm512_mask_cmpge_epu16_mask(take, units, b16(0x80));
-    const std::uint32_t big = _mm512_mask_cmpge_epu16_mask(take, units, b16(0x800));
+    const std::uint32_t slow = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x80>());
+    const std::uint32_t big = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x800>());
     unsigned written;
     if (slow == 0) {
         _mm512_mask_cvtepi16_storeu_epi8(o, take, units);
@@ -608,8 +691,8 @@ QEL_AVX512 inline unsigned emitUtf16ToUtf8(V units, V following, const Utf16Bloc
     }
     if (big == 0) {
         // One or two bytes per unit, built in 16-bit lanes.
-        const V lead = _mm512_or_si512(_mm512_srli_epi16(units, 6), b16(0xC0));
-        const V trail = _mm512_or_si512(_mm512_and_si512(units, b16(0x3F)), b16(0x80));
+        const V lead = _mm512_or_si512(_mm512_srli_epi16(units, 6), b16<0xC0>());
+        const V trail = _mm512_or_si512(_mm512_and_si512(units, b16<0x3F>()), b16<0x80>());
         const V w = _mm512_mask_mov_epi16(units, slow, _mm512_or_si512(lead, _mm512_slli_epi16(trail, 8)));
         const std::uint64_t keep = _pdep_u64(take, kEvenBits64) | _pdep_u64(slow, kOddBits64);
         written = static_cast<unsigned>(_mm_popcnt_u64(keep));
@@ -628,8 +711,8 @@ QEL_AVX512 inline unsigned emitUtf16ToUtf8(V units, V following, const Utf16Bloc
 // The bytes that the first `taken` units of a step make in UTF-8.
 QEL_AVX512 inline unsigned countUtf16ToUtf8(V units, const Utf16Block& blk, unsigned taken, SlowChar* last) {
     const std::uint32_t take = low32(taken);
-    const std::uint32_t slow = _mm512_mask_cmpge_epu16_mask(take, units, b16(0x80));
-    const std::uint32_t big = _mm512_mask_cmpge_epu16_mask(take, units, b16(0x800)) & ~(blk.high | blk.low);
+    const std::uint32_t slow = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x80>());
+    const std::uint32_t big = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x800>()) & ~(blk.high | blk.low);
     lastUtf16Char(units, slow, blk.low, last);
     // One byte per unit, one more from 0x80, one more again for a three-byte
     // unit; a surrogate pair makes 2 + 2.
@@ -729,8 +812,8 @@ QEL_AVX512 void utf16ToUtf32Measure(const u16** pp, const u16* end, unsigned int
 // How many of the n units at the start of `units` are code points.
 QEL_AVX512 inline unsigned checkUtf32(V units, std::size_t n) {
     const __mmask16 live = static_cast<__mmask16>(low16(n));
-    const __mmask16 below = _mm512_cmplt_epu32_mask(units, b32(0xD800u));
-    const __mmask16 above = _mm512_cmplt_epu32_mask(_mm512_sub_epi32(units, b32(0xE000u)), b32(0x110000u - 0xE000u));
+    const __mmask16 below = _mm512_cmplt_epu32_mask(units, b32<0xD800u>());
+    const __mmask16 above = _mm512_cmplt_epu32_mask(_mm512_sub_epi32(units, b32<0xE000u>()), b32<0x110000u - 0xE000u>());
     const std::uint32_t bad = live & ~(below | above);
     return bad == 0 ? static_cast<unsigned>(n) : static_cast<unsigned>(_tzcnt_u32(bad));
 }
@@ -749,7 +832,7 @@ template <class D>
 QEL_AVX512 inline unsigned emitUtf32(V units, unsigned taken, D* o, SlowChar* last) {
     const __mmask16 take = static_cast<__mmask16>(low16(taken));
     if constexpr (sizeof(D) == 1) {
-        const __mmask16 slow = _mm512_mask_cmpge_epu32_mask(take, units, b32(0x80));
+        const __mmask16 slow = _mm512_mask_cmpge_epu32_mask(take, units, b32<0x80>());
         if (slow == 0) {
             _mm512_mask_cvtepi32_storeu_epi8(o, take, units);
             return taken;
@@ -757,21 +840,21 @@ QEL_AVX512 inline unsigned emitUtf32(V units, unsigned taken, D* o, SlowChar* la
         lastUtf32Char(units, slow, true, last);
         return storeUtf8(units, take, o);
     } else {
-        lastUtf32Char(units, _mm512_mask_cmpge_epu32_mask(take, units, b32(0xD800u)), false, last);
+        lastUtf32Char(units, _mm512_mask_cmpge_epu32_mask(take, units, b32<0xD800u>()), false, last);
         return storeUtf16(units, take, o);
     }
 }
 template <class D>
 QEL_AVX512 inline unsigned countUtf32(V units, unsigned taken, SlowChar* last) {
     const __mmask16 take = static_cast<__mmask16>(low16(taken));
-    const __mmask16 m4 = _mm512_mask_cmpge_epu32_mask(take, units, b32(0x10000));
+    const __mmask16 m4 = _mm512_mask_cmpge_epu32_mask(take, units, b32<0x10000>());
     if constexpr (sizeof(D) == 1) {
-        const __mmask16 slow = _mm512_mask_cmpge_epu32_mask(take, units, b32(0x80));
-        const __mmask16 m3 = _mm512_mask_cmpge_epu32_mask(take, units, b32(0x800));
+        const __mmask16 slow = _mm512_mask_cmpge_epu32_mask(take, units, b32<0x80>());
+        const __mmask16 m3 = _mm512_mask_cmpge_epu32_mask(take, units, b32<0x800>());
         lastUtf32Char(units, slow, true, last);
         return taken + static_cast<unsigned>(_mm_popcnt_u32(slow) + _mm_popcnt_u32(m3) + _mm_popcnt_u32(m4));
     } else {
-        lastUtf32Char(units, _mm512_mask_cmpge_epu32_mask(take, units, b32(0xD800u)), false, last);
+        lastUtf32Char(units, _mm512_mask_cmpge_epu32_mask(take, units, b32<0xD800u>()), false, last);
         return taken + static_cast<unsigned>(_mm_popcnt_u32(m4));
     }
 }
@@ -858,20 +941,20 @@ QEL_AVX512_SCAN inline V loadUnits(const U* p, std::size_t n) {
 // Lanes (of the first n) holding 0 or 0x01.
 template <class U>
 QEL_AVX512 inline std::uint64_t stopLanes(V v, std::size_t n) {
-    if constexpr (sizeof(U) == 1) return _mm512_mask_cmple_epu8_mask(low64(n), v, b8(1));
-    else if constexpr (sizeof(U) == 2) return _mm512_mask_cmple_epu16_mask(low32(n), v, b16(1));
-    else return _mm512_mask_cmple_epu32_mask(static_cast<__mmask16>(low16(n)), v, b32(1));
+    if constexpr (sizeof(U) == 1) return _mm512_mask_cmple_epu8_mask(low64(n), v, b8<1>());
+    else if constexpr (sizeof(U) == 2) return _mm512_mask_cmple_epu16_mask(low32(n), v, b16<1>());
+    else return _mm512_mask_cmple_epu32_mask(static_cast<__mmask16>(low16(n)), v, b32<1>());
 }
 
 // Lanes (of the first n) holding anything but 0x02..0x7F.
 template <class U>
 QEL_AVX512 inline std::uint64_t specialLanes(V v, std::size_t n) {
     if constexpr (sizeof(U) == 1)
-        return _mm512_mask_cmpge_epu8_mask(low64(n), _mm512_sub_epi8(v, b8(2)), b8(0x7E));
+        return _mm512_mask_cmpge_epu8_mask(low64(n), _mm512_sub_epi8(v, b8<2>()), b8<0x7E>());
     else if constexpr (sizeof(U) == 2)
-        return _mm512_mask_cmpge_epu16_mask(low32(n), _mm512_sub_epi16(v, b16(2)), b16(0x7E));
+        return _mm512_mask_cmpge_epu16_mask(low32(n), _mm512_sub_epi16(v, b16<2>()), b16<0x7E>());
     else
-        return _mm512_mask_cmpge_epu32_mask(static_cast<__mmask16>(low16(n)), _mm512_sub_epi32(v, b32(2)), b32(0x7E));
+        return _mm512_mask_cmpge_epu32_mask(static_cast<__mmask16>(low16(n)), _mm512_sub_epi32(v, b32<2>()), b32<0x7E>());
 }
 
 // A string that is not aligned to its units is walked a unit at a time.
@@ -902,18 +985,19 @@ template <class U, bool kSpecial>
 QEL_AVX512_SCAN inline const U* scan(const U* p, const U* end) {
     constexpr std::size_t kLanes = 64 / sizeof(U);
     for (;;) {
-        for (std::size_t k = wholeVectors(p, end); k > 0; --k) {
-            const V v = loadVector(p);
-            const std::uint64_t hit = kSpecial ? specialLanes<U>(v, kLanes) : stopLanes<U>(v, kLanes);
-            if (hit != 0) return p + _tzcnt_u64(hit);
-            p += kLanes;
-        }
+        // A masked step first: a short string needs no other.
         const std::size_t n = stepUnits(p, end);
         if (n == 0) return p;
         const V v = loadUnits(p, n);
         const std::uint64_t hit = kSpecial ? specialLanes<U>(v, n) : stopLanes<U>(v, n);
         if (hit != 0) return p + _tzcnt_u64(hit);
         p += n;
+        for (std::size_t k = wholeVectors(p, end); k > 0; --k) {
+            const V w = loadVector(p);
+            const std::uint64_t found = kSpecial ? specialLanes<U>(w, kLanes) : stopLanes<U>(w, kLanes);
+            if (found != 0) return p + _tzcnt_u64(found);
+            p += kLanes;
+        }
     }
 }
 
@@ -964,14 +1048,7 @@ QEL_AVX512_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd
     } else {
         constexpr std::size_t kLanes = 64 / sizeof(S);
         for (;;) {
-            std::size_t whole = smaller(wholeVectors(p, end), static_cast<std::size_t>(oEnd - o) / kLanes);
-            for (; whole > 0; --whole) {
-                const V v = loadVector(p);
-                if (specialLanes<S>(v, kLanes) != 0) break;
-                storePlain<S, D>(v, kLanes, o);
-                p += kLanes;
-                o += kLanes;
-            }
+            // A masked step first: a short string needs no other.
             const std::size_t n = smaller(stepUnits(p, end), static_cast<std::size_t>(oEnd - o));
             if (n == 0) break;
             const V v = loadUnits(p, n);
@@ -981,6 +1058,14 @@ QEL_AVX512_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd
             p += k;
             o += k;
             if (k < n) break;
+            std::size_t whole = smaller(wholeVectors(p, end), static_cast<std::size_t>(oEnd - o) / kLanes);
+            for (; whole > 0; --whole) {
+                const V w = loadVector(p);
+                if (specialLanes<S>(w, kLanes) != 0) break;
+                storePlain<S, D>(w, kLanes, o);
+                p += kLanes;
+                o += kLanes;
+            }
         }
     }
     *pp = p;

@@ -30,7 +30,7 @@ bool cpuHas(Isa isa) noexcept {
 #endif
 }
 
-const Kernels& choose() noexcept {
+const Kernels& widest() noexcept {
 #if defined(__x86_64__) && !defined(QELUTF_SCALAR)
     __builtin_cpu_init();
 #endif
@@ -41,6 +41,8 @@ const Kernels& choose() noexcept {
 }
 
 }  // namespace
+
+const std::uint32_t kPatternPool[sizeof kPatternValues / sizeof kPatternValues[0]] = {QEL_SIMD_PATTERNS};
 
 const Kernels* forIsa(Isa isa) noexcept {
     if (!cpuHas(isa)) return nullptr;
@@ -53,10 +55,7 @@ const Kernels* forIsa(Isa isa) noexcept {
     return nullptr;
 }
 
-const Kernels& active() noexcept {
-    static const Kernels& chosen = choose();
-    return chosen;
-}
+const Kernels& chooseKernels() noexcept { return widest(); }
 
 }  // namespace simd
 }  // namespace qel
