@@ -51,6 +51,13 @@ alignas(64) constexpr unsigned char kIotaPlus2[64] = {
     2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23,
     24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43, 44, 45,
     46, 47, 48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60, 61, 62, 63, 63, 63};
+// Word indices that interleave two vectors of 32 words a and b into
+// a0 b0 a1 b1 ... a15 b15 and a16 b16 ... a31 b31.
+alignas(64) constexpr unsigned short kInterleaveLow16[32] = {
+    0, 32, 1, 33, 2, 34, 3, 35, 4, 36, 5, 37, 6, 38, 7, 39, 8, 40, 9, 41, 10, 42, 11, 43, 12, 44, 13, 45, 14, 46, 15, 47};
+alignas(64) constexpr unsigned short kInterleaveHigh16[32] = {16, 48, 17, 49, 18, 50, 19, 51, 20, 52, 21,
+                                                             53, 22, 54, 23, 55, 24, 56, 25, 57, 26, 58,
+                                                             27, 59, 28, 60, 29, 61, 30, 62, 31, 63};
 alignas(64) constexpr unsigned short kNext16[32] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11,
                                                     12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22,
                                                     23, 24, 25, 26, 27, 28, 29, 30, 31, 31};
@@ -84,16 +91,6 @@ QEL_AVX512 inline V b16() {
 template <std::uint32_t kDword>
 QEL_AVX512 inline V b32() {
     return splat<kDword>();
-}
-
-// Lane k of a vector of 16-bit or 32-bit units.
-QEL_AVX512 inline unsigned wordAt(V v, unsigned k) {
-    const V moved = _mm512_permutexvar_epi16(_mm512_set1_epi16(static_cast<short>(k)), v);
-    return static_cast<unsigned>(_mm_cvtsi128_si32(_mm512_castsi512_si128(moved))) & 0xFFFFu;
-}
-QEL_AVX512 inline unsigned dwordAt(V v, unsigned k) {
-    const V moved = _mm512_permutexvar_epi32(_mm512_set1_epi32(static_cast<int>(k)), v);
-    return static_cast<unsigned>(_mm_cvtsi128_si32(_mm512_castsi512_si128(moved)));
 }
 
 QEL_AVX512 inline unsigned highestBit(std::uint64_t m) { return 63u - static_cast<unsigned>(_lzcnt_u64(m)); }
@@ -652,17 +649,18 @@ QEL_AVX512 inline Utf16Block checkUtf16(V units, std::size_t n) {
     return {taken, high, low};
 }
 
-// The sizes of the last character in `slow` (non-ASCII units taken), if any:
-// a surrogate pair when that unit is a low surrogate.
-QEL_AVX512 inline void lastUtf16Char(V units, std::uint32_t slow, std::uint32_t low, SlowChar* last) {
+// The sizes in UTF-8 of the last character in `slow` (non-ASCII units
+// taken), if any: a surrogate pair when that unit is a low surrogate, three
+// bytes when it is in `big` (from 0x800).
+inline void lastUtf16Char(std::uint32_t slow, std::uint32_t big, std::uint32_t low, SlowChar* last) {
     if (slow == 0) return;
-    const unsigned k = 31u - static_cast<unsigned>(_lzcnt_u32(slow));
+    const unsigned k = 31u - static_cast<unsigned>(__builtin_clz(slow));
     if ((low >> k) & 1u) {
         last->len = 2;
         last->size = 4;
     } else {
         last->len = 1;
-        last->size = wordAt(units, k) < 0x800u ? 2 : 3;
+        last->size = ((big >> k) & 1u) ? 3 : 2;
     }
 }
 
@@ -674,6 +672,54 @@ QEL_AVX512 inline V combineUtf16(V units, V next, std::uint32_t high) {
     // (u - 0xD800) * 0x400 + (nx - 0xDC00) + 0x10000
     const V pair = _mm512_sub_epi32(_mm512_add_epi32(_mm512_slli_epi32(u, 10), nx), b32<0x35FDC00u>());
     return _mm512_mask_mov_epi32(u, static_cast<__mmask16>(high >> (16 * g)), pair);
+}
+
+// Writes the units in `take` (whole characters; surrogate pairs with their
+// high half in `high` and low half in `low`, `following` the unit after each)
+// as UTF-8. Each unit's form is built in 16-bit lanes as its first two bytes
+// and its last two; a surrogate pair puts all four bytes on its high half and
+// none on its low half. The two halves are interleaved and the bytes that
+// belong to the forms packed together. Returns the bytes written.
+QEL_AVX512 inline unsigned storeUtf16AsUtf8(V u, V following, std::uint32_t take, std::uint32_t high,
+                                            std::uint32_t low, char* o) {
+    const V low6 = b16<0x3F>(), cont = b16<0x80>();
+    const std::uint32_t m2 = _mm512_cmpge_epu16_mask(u, cont);
+    const std::uint32_t m3 = _mm512_cmpge_epu16_mask(u, b16<0x800>());
+    const V trail0 = _mm512_or_si512(_mm512_and_si512(u, low6), cont);
+    const V trail1 = _mm512_or_si512(_mm512_and_si512(_mm512_srli_epi16(u, 6), low6), cont);
+    // First two bytes: 110xxxxx 10yyyyyy, or 1110xxxx 10yyyyyy.
+    V a = _mm512_mask_mov_epi16(
+        u, m2, _mm512_or_si512(_mm512_or_si512(_mm512_srli_epi16(u, 6), b16<0xC0>()), _mm512_slli_epi16(trail0, 8)));
+    a = _mm512_mask_mov_epi16(
+        a, m3, _mm512_or_si512(_mm512_or_si512(_mm512_srli_epi16(u, 12), b16<0xE0>()), _mm512_slli_epi16(trail1, 8)));
+    V b = _mm512_maskz_mov_epi16(m3, trail0);
+    if ((high | low) != 0) {
+        // cp >> 10 of a pair is its high half's low ten bits plus 0x40.
+        const V w = _mm512_add_epi16(_mm512_and_si512(u, b16<0x3FF>()), b16<0x40>());
+        const V a4 = _mm512_or_si512(
+            _mm512_or_si512(_mm512_srli_epi16(w, 8), b16<0xF0>()),
+            _mm512_slli_epi16(_mm512_or_si512(_mm512_and_si512(_mm512_srli_epi16(w, 2), low6), cont), 8));
+        const V b4 = _mm512_or_si512(
+            _mm512_or_si512(_mm512_or_si512(_mm512_slli_epi16(_mm512_and_si512(w, b16<3>()), 4),
+                                            _mm512_and_si512(_mm512_srli_epi16(following, 6), b16<0xF>())),
+                            cont),
+            _mm512_slli_epi16(_mm512_or_si512(_mm512_and_si512(following, low6), cont), 8));
+        a = _mm512_maskz_mov_epi16(~low, _mm512_mask_mov_epi16(a, high, a4));
+        b = _mm512_maskz_mov_epi16(~low, _mm512_mask_mov_epi16(b, high, b4));
+    }
+    a = _mm512_maskz_mov_epi16(take, a);
+    b = _mm512_maskz_mov_epi16(take, b);
+    const V w0 = _mm512_permutex2var_epi16(a, _mm512_load_si512(kInterleaveLow16), b);
+    const V w1 = _mm512_permutex2var_epi16(a, _mm512_load_si512(kInterleaveHigh16), b);
+    // Every byte of a form is non-zero but that of a U+0000 character.
+    const std::uint32_t zero = _mm512_mask_cmpeq_epi16_mask(take, u, _mm512_setzero_si512());
+    const std::uint64_t keep0 = _mm512_test_epi8_mask(w0, w0) | _pdep_u64(zero & 0xFFFFu, kFirstOfFour64);
+    const std::uint64_t keep1 = _mm512_test_epi8_mask(w1, w1) | _pdep_u64(zero >> 16, kFirstOfFour64);
+    const unsigned c0 = static_cast<unsigned>(_mm_popcnt_u64(keep0));
+    const unsigned c1 = static_cast<unsigned>(_mm_popcnt_u64(keep1));
+    _mm512_mask_storeu_epi8(o, low64(c0), _mm512_maskz_compress_epi8(keep0, w0));
+    _mm512_mask_storeu_epi8(o + c0, low64(c1), _mm512_maskz_compress_epi8(keep1, w1));
+    return c0 + c1;
 }
 
 // Writes the first `taken` units of a step (with surrogate masks from
@@ -698,13 +744,9 @@ QEL_AVX512 inline unsigned emitUtf16ToUtf8(V units, V following, const Utf16Bloc
         written = static_cast<unsigned>(_mm_popcnt_u64(keep));
         _mm512_mask_storeu_epi8(o, low64(written), _mm512_maskz_compress_epi8(keep, w));
     } else {
-        const std::uint32_t lanes = take & ~blk.low;
-        written = storeUtf8(combineUtf16<0>(units, following, blk.high), static_cast<__mmask16>(lanes), o);
-        if (taken > 16)
-            written += storeUtf8(combineUtf16<1>(units, following, blk.high), static_cast<__mmask16>(lanes >> 16),
-                                 o + written);
+        written = storeUtf16AsUtf8(units, following, take, blk.high, blk.low, o);
     }
-    lastUtf16Char(units, slow, blk.low, last);
+    lastUtf16Char(slow, big, blk.low, last);
     return written;
 }
 
@@ -713,7 +755,7 @@ QEL_AVX512 inline unsigned countUtf16ToUtf8(V units, const Utf16Block& blk, unsi
     const std::uint32_t take = low32(taken);
     const std::uint32_t slow = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x80>());
     const std::uint32_t big = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x800>()) & ~(blk.high | blk.low);
-    lastUtf16Char(units, slow, blk.low, last);
+    lastUtf16Char(slow, big, blk.low, last);
     // One byte per unit, one more from 0x80, one more again for a three-byte
     // unit; a surrogate pair makes 2 + 2.
     return taken + static_cast<unsigned>(_mm_popcnt_u32(slow)) + static_cast<unsigned>(_mm_popcnt_u32(big));
@@ -752,12 +794,40 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
     unsigned int total = kMeasure ? *count : 0;
     const V next = _mm512_load_si512(kNext16);
     for (;;) {
-        std::size_t n;
-        if constexpr (kMeasure) {
-            n = smaller(32, static_cast<std::size_t>(end - p) - 1);
-        } else {
-            n = stepSize(p, limit, end, o, outEnd, kPerUnit, 32);
+        if (!kMeasure && p == limit) limit = inputLimit(p, end, o, outEnd, kPerUnit);
+        const std::size_t ahead = kMeasure ? static_cast<std::size_t>(end - p) - 1 : static_cast<std::size_t>(limit - p);
+        if (ahead >= 64) {
+            // A wide step over 64 units of one kind: ASCII into UTF-8, or no
+            // surrogate into UTF-32.
+            const V u0 = _mm512_loadu_si512(p);
+            const V u1 = _mm512_loadu_si512(p + 32);
+            bool simple;
+            if constexpr (sizeof(D) == 1) {
+                simple = _mm512_cmpge_epu16_mask(_mm512_max_epu16(u0, u1), b16<0x80>()) == 0;
+            } else {
+                const V sur = b16<0xD800>(), mask = b16<0xF800>();
+                simple = (_mm512_cmpeq_epi16_mask(_mm512_and_si512(u0, mask), sur) |
+                          _mm512_cmpeq_epi16_mask(_mm512_and_si512(u1, mask), sur)) == 0;
+            }
+            if (simple) {
+                if constexpr (kMeasure) {
+                    total += 64;
+                } else if constexpr (sizeof(D) == 1) {
+                    _mm256_storeu_si256(reinterpret_cast<__m256i*>(o), _mm512_cvtepi16_epi8(u0));
+                    _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 32), _mm512_cvtepi16_epi8(u1));
+                    o += 64;
+                } else {
+                    _mm512_storeu_si512(o, _mm512_cvtepu16_epi32(half<0>(u0)));
+                    _mm512_storeu_si512(o + 16, _mm512_cvtepu16_epi32(half<1>(u0)));
+                    _mm512_storeu_si512(o + 32, _mm512_cvtepu16_epi32(half<0>(u1)));
+                    _mm512_storeu_si512(o + 48, _mm512_cvtepu16_epi32(half<1>(u1)));
+                    o += 64;
+                }
+                p += 64;
+                continue;
+            }
         }
+        const std::size_t n = smaller(32, ahead);
         if (n == 0) break;
         const V units = _mm512_maskz_loadu_epi16(low32(n), p);
         const Utf16Block blk = checkUtf16(units, n);
@@ -818,12 +888,15 @@ QEL_AVX512 inline unsigned checkUtf32(V units, std::size_t n) {
     return bad == 0 ? static_cast<unsigned>(n) : static_cast<unsigned>(_tzcnt_u32(bad));
 }
 
-// The sizes of the last unit in `slow` (a mask of units) of a step.
-QEL_AVX512 inline void lastUtf32Char(V units, __mmask16 slow, bool toUtf8, SlowChar* last) {
+// The sizes of the last unit in `slow` (a mask of units) of a step: its size
+// in UTF-8 by whether it is in `m3` (from 0x800) and `m4` (from 0x10000), or
+// in UTF-16 by `m4`.
+inline void lastUtf32Char(std::uint32_t slow, std::uint32_t m3, std::uint32_t m4, bool toUtf8, SlowChar* last) {
     if (slow == 0) return;
-    const u32 c = dwordAt(units, 31u - static_cast<unsigned>(_lzcnt_u32(slow)));
+    const unsigned k = 31u - static_cast<unsigned>(__builtin_clz(slow));
+    const bool three = (m3 >> k) & 1u, four = (m4 >> k) & 1u;
     last->len = 1;
-    last->size = toUtf8 ? (c < 0x800u ? 2 : c < 0x10000u ? 3 : 4) : (c < 0x10000u ? 1 : 2);
+    last->size = toUtf8 ? (four ? 4 : three ? 3 : 2) : (four ? 2 : 1);
 }
 
 // Writes the first `taken` units of a step as UTF-8 or UTF-16, or counts the
@@ -837,10 +910,12 @@ QEL_AVX512 inline unsigned emitUtf32(V units, unsigned taken, D* o, SlowChar* la
             _mm512_mask_cvtepi32_storeu_epi8(o, take, units);
             return taken;
         }
-        lastUtf32Char(units, slow, true, last);
+        lastUtf32Char(slow, _mm512_mask_cmpge_epu32_mask(take, units, b32<0x800>()),
+                      _mm512_mask_cmpge_epu32_mask(take, units, b32<0x10000>()), true, last);
         return storeUtf8(units, take, o);
     } else {
-        lastUtf32Char(units, _mm512_mask_cmpge_epu32_mask(take, units, b32<0xD800u>()), false, last);
+        lastUtf32Char(_mm512_mask_cmpge_epu32_mask(take, units, b32<0xD800u>()), 0,
+                      _mm512_mask_cmpge_epu32_mask(take, units, b32<0x10000>()), false, last);
         return storeUtf16(units, take, o);
     }
 }
@@ -851,10 +926,10 @@ QEL_AVX512 inline unsigned countUtf32(V units, unsigned taken, SlowChar* last) {
     if constexpr (sizeof(D) == 1) {
         const __mmask16 slow = _mm512_mask_cmpge_epu32_mask(take, units, b32<0x80>());
         const __mmask16 m3 = _mm512_mask_cmpge_epu32_mask(take, units, b32<0x800>());
-        lastUtf32Char(units, slow, true, last);
+        lastUtf32Char(slow, m3, m4, true, last);
         return taken + static_cast<unsigned>(_mm_popcnt_u32(slow) + _mm_popcnt_u32(m3) + _mm_popcnt_u32(m4));
     } else {
-        lastUtf32Char(units, _mm512_mask_cmpge_epu32_mask(take, units, b32<0xD800u>()), false, last);
+        lastUtf32Char(_mm512_mask_cmpge_epu32_mask(take, units, b32<0xD800u>()), 0, m4, false, last);
         return taken + static_cast<unsigned>(_mm_popcnt_u32(m4));
     }
 }
@@ -870,12 +945,79 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
     const u32* limit = p;
     unsigned int total = kMeasure ? *count : 0;
     for (;;) {
-        std::size_t n;
-        if constexpr (kMeasure) {
-            n = smaller(16, static_cast<std::size_t>(end - p) - 1);
-        } else {
-            n = stepSize(p, limit, end, o, outEnd, kPerUnit, 16);
+        if (!kMeasure && p == limit) limit = inputLimit(p, end, o, outEnd, kPerUnit);
+        const std::size_t ahead = kMeasure ? static_cast<std::size_t>(end - p) - 1 : static_cast<std::size_t>(limit - p);
+        if (ahead >= 64) {
+            // A wide step over 64 units of one kind: ASCII into UTF-8, or
+            // units below 0xD800 into UTF-16.
+            const V u0 = _mm512_loadu_si512(p);
+            const V u1 = _mm512_loadu_si512(p + 16);
+            const V u2 = _mm512_loadu_si512(p + 32);
+            const V u3 = _mm512_loadu_si512(p + 48);
+            const V top = _mm512_max_epu32(_mm512_max_epu32(u0, u1), _mm512_max_epu32(u2, u3));
+            bool simple;
+            if constexpr (sizeof(D) == 1) {
+                simple = _mm512_cmpge_epu32_mask(top, b32<0x80>()) == 0;
+            } else {
+                // Code points of the BMP: below 0x10000 and no surrogate.
+                const V surrogate = b32<0xD800u>(), span = b32<0x800>();
+                const std::uint32_t sur =
+                    _mm512_cmplt_epu32_mask(_mm512_sub_epi32(u0, surrogate), span) |
+                    _mm512_cmplt_epu32_mask(_mm512_sub_epi32(u1, surrogate), span) |
+                    _mm512_cmplt_epu32_mask(_mm512_sub_epi32(u2, surrogate), span) |
+                    _mm512_cmplt_epu32_mask(_mm512_sub_epi32(u3, surrogate), span);
+                simple = sur == 0 && _mm512_cmpge_epu32_mask(top, b32<0x10000u>()) == 0;
+                if (simple && _mm512_cmpge_epu32_mask(top, surrogate) != 0) {
+                    // Units from 0xE000 are one unit each, but they set the
+                    // success value.
+                    last->len = 1;
+                    last->size = 1;
+                }
+            }
+            if (simple) {
+                if constexpr (kMeasure) {
+                    total += 64;
+                } else if constexpr (sizeof(D) == 1) {
+                    _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm512_cvtepi32_epi8(u0));
+                    _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 16), _mm512_cvtepi32_epi8(u1));
+                    _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 32), _mm512_cvtepi32_epi8(u2));
+                    _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 48), _mm512_cvtepi32_epi8(u3));
+                    o += 64;
+                } else {
+                    _mm256_storeu_si256(reinterpret_cast<__m256i*>(o), _mm512_cvtepi32_epi16(u0));
+                    _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 16), _mm512_cvtepi32_epi16(u1));
+                    _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 32), _mm512_cvtepi32_epi16(u2));
+                    _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 48), _mm512_cvtepi32_epi16(u3));
+                    o += 64;
+                }
+                p += 64;
+                continue;
+            }
         }
+        if (sizeof(D) == 1 && ahead >= 32) {
+            // 32 code points of the BMP, narrowed to 16 bits and written
+            // as UTF-16 units would be.
+            const V u0 = _mm512_loadu_si512(p);
+            const V u1 = _mm512_loadu_si512(p + 16);
+            const V top = _mm512_max_epu32(u0, u1);
+            const bool bmp = checkUtf32(u0, 16) == 16 && checkUtf32(u1, 16) == 16 &&
+                             _mm512_cmpge_epu32_mask(top, b32<0x10000u>()) == 0;
+            if (bmp) {
+                const V units16 =
+                    _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvtepi32_epi16(u0)), _mm512_cvtepi32_epi16(u1), 1);
+                const std::uint32_t slow = _mm512_cmpge_epu16_mask(units16, b16<0x80>());
+                const std::uint32_t big = _mm512_cmpge_epu16_mask(units16, b16<0x800>());
+                if constexpr (kMeasure) {
+                    total += 32 + static_cast<unsigned>(_mm_popcnt_u32(slow) + _mm_popcnt_u32(big));
+                } else if constexpr (sizeof(D) == 1) {
+                    o += storeUtf16AsUtf8(units16, units16, ~0u, 0, 0, reinterpret_cast<char*>(o));
+                }
+                lastUtf16Char(slow, big, 0, last);
+                p += 32;
+                continue;
+            }
+        }
+        const std::size_t n = smaller(16, ahead);
         if (n == 0) break;
         const V units = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(low16(n)), p);
         const unsigned taken = checkUtf32(units, n);
@@ -979,6 +1121,40 @@ QEL_AVX512_SCAN inline V loadVector(const U* p) {
     return _mm512_loadu_si512(p);
 }
 
+// Whether any lane of four vectors holds 0 or 0x01 (kSpecial: anything but
+// 0x02..0x7F).
+template <class U, bool kSpecial>
+QEL_AVX512 inline bool anyLanes(V w0, V w1, V w2, V w3) {
+    if constexpr (sizeof(U) == 1) {
+        if (kSpecial) {
+            const V two = b8<2>();
+            const V top = _mm512_max_epu8(_mm512_max_epu8(_mm512_sub_epi8(w0, two), _mm512_sub_epi8(w1, two)),
+                                          _mm512_max_epu8(_mm512_sub_epi8(w2, two), _mm512_sub_epi8(w3, two)));
+            return _mm512_cmpge_epu8_mask(top, b8<0x7E>()) != 0;
+        }
+        const V least = _mm512_min_epu8(_mm512_min_epu8(w0, w1), _mm512_min_epu8(w2, w3));
+        return _mm512_cmple_epu8_mask(least, b8<1>()) != 0;
+    } else if constexpr (sizeof(U) == 2) {
+        if (kSpecial) {
+            const V two = b16<2>();
+            const V top = _mm512_max_epu16(_mm512_max_epu16(_mm512_sub_epi16(w0, two), _mm512_sub_epi16(w1, two)),
+                                           _mm512_max_epu16(_mm512_sub_epi16(w2, two), _mm512_sub_epi16(w3, two)));
+            return _mm512_cmpge_epu16_mask(top, b16<0x7E>()) != 0;
+        }
+        const V least = _mm512_min_epu16(_mm512_min_epu16(w0, w1), _mm512_min_epu16(w2, w3));
+        return _mm512_cmple_epu16_mask(least, b16<1>()) != 0;
+    } else {
+        if (kSpecial) {
+            const V two = b32<2>();
+            const V top = _mm512_max_epu32(_mm512_max_epu32(_mm512_sub_epi32(w0, two), _mm512_sub_epi32(w1, two)),
+                                           _mm512_max_epu32(_mm512_sub_epi32(w2, two), _mm512_sub_epi32(w3, two)));
+            return _mm512_cmpge_epu32_mask(top, b32<0x7E>()) != 0;
+        }
+        const V least = _mm512_min_epu32(_mm512_min_epu32(w0, w1), _mm512_min_epu32(w2, w3));
+        return _mm512_cmple_epu32_mask(least, b32<1>()) != 0;
+    }
+}
+
 // The first lane of `hits` among the units from p, by whole vectors and then
 // by one masked step, repeated page by page.
 template <class U, bool kSpecial>
@@ -992,7 +1168,15 @@ QEL_AVX512_SCAN inline const U* scan(const U* p, const U* end) {
         const std::uint64_t hit = kSpecial ? specialLanes<U>(v, n) : stopLanes<U>(v, n);
         if (hit != 0) return p + _tzcnt_u64(hit);
         p += n;
-        for (std::size_t k = wholeVectors(p, end); k > 0; --k) {
+        std::size_t k = wholeVectors(p, end);
+        // Four vectors at a time while nothing is found in them.
+        for (; k >= 4; k -= 4) {
+            const V w0 = loadVector(p), w1 = loadVector(p + kLanes);
+            const V w2 = loadVector(p + 2 * kLanes), w3 = loadVector(p + 3 * kLanes);
+            if (anyLanes<U, kSpecial>(w0, w1, w2, w3)) break;
+            p += 4 * kLanes;
+        }
+        for (; k > 0; --k) {
             const V w = loadVector(p);
             const std::uint64_t found = kSpecial ? specialLanes<U>(w, kLanes) : stopLanes<U>(w, kLanes);
             if (found != 0) return p + _tzcnt_u64(found);

@@ -288,8 +288,8 @@ void compareWalkerKernels(unsigned seed) {
     if (sets.empty()) GTEST_SKIP() << "no vector kernels in this build or on this CPU";
     TextGen gen(seed);
     for (unsigned i = 0; i < 300; ++i) {
-        const std::size_t n = 1 + gen.below(i < 100 ? 40 : 300);
-        std::vector<S> text = walkerText<S>(gen, n, i % 2 == 0 ? 40 : 400);
+        const std::size_t n = 1 + gen.below(i < 100 ? 40 : i < 250 ? 300 : 1500);
+        std::vector<S> text = walkerText<S>(gen, n, i % 3 == 0 ? 40 : i % 3 == 1 ? 400 : 100000);
         text.back() = 0;  // a terminated string: walks with a null end stop here
         const auto block = heapCopy(text);
         const S* const begin = block.get();
@@ -337,7 +337,7 @@ void walkToPageEnd() {
     ASSERT_NE(map, MAP_FAILED);
     ASSERT_EQ(mprotect(static_cast<char*>(map) + page, page, PROT_NONE), 0);
     S* const pageEnd = reinterpret_cast<S*>(static_cast<char*>(map) + page);
-    const std::size_t n = 300;
+    const std::size_t n = 1000;  // several whole vectors before the page end
     S* const begin = pageEnd - n;
     for (std::size_t i = 0; i < n; ++i) begin[i] = static_cast<S>('a' + i % 26);
     pageEnd[-1] = 0;
