@@ -52,7 +52,7 @@ struct BufferFiller {
     // be had; the buffer then stands on the empty slot, which detach reports.
     // Where there is a kernel it copies blocks up to the chunk's end; a unit
     // at a time otherwise.
-    bool plain(const Src*& read, const Src* inEnd) noexcept {
+    QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
         for (;;) {
             if (copyPlain != nullptr) copyPlain(&read, inEnd, &out, outEnd);
             if (read == inEnd || !bounded::isPlainUnit(*read)) return true;

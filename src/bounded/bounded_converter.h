@@ -42,7 +42,7 @@ constexpr bool isPlainUnit(U u) noexcept {
 //       walk (the sequence was cut).
 // On return `runStart` is the first unit not dealt with.
 template <class P, class Sink>
-void walk(const typename P::Src*& runStart, const typename P::Src* inEnd, Sink& sink, ConvState& state) {
+QEL_CALLS_KERNELS void walk(const typename P::Src*& runStart, const typename P::Src* inEnd, Sink& sink, ConvState& state) {
     using Src = typename P::Src;
     const auto findStop = simd::scanKernels<Src>(simd::active()).findStop;
     const Src* read = runStart;
@@ -110,7 +110,7 @@ struct Counter {
     unsigned int& count;
     const decltype(simd::ScanKernels<Src>::findSpecial) findSpecial = simd::scanKernels<Src>(simd::active()).findSpecial;
 
-    bool plain(const Src*& read, const Src* inEnd) noexcept {
+    QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
         const Src* const from = read;
         if (findSpecial != nullptr) {
             read = findSpecial(read, inEnd);
@@ -146,7 +146,7 @@ struct BufferWriter {
 
     // Blocks of plain units at once where there is a kernel; the loop takes
     // what is left: the unit that does not fit, or all of them.
-    bool plain(const Src*& read, const Src* inEnd) noexcept {
+    QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
         if (copyPlain != nullptr) copyPlain(&read, inEnd, &w, plainEnd);
         for (; read != inEnd && isPlainUnit(*read); ++read) {
             if (w >= plainEnd) {

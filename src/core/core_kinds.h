@@ -27,6 +27,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "common/common.h"
 #include "core/rules.h"
@@ -131,17 +132,40 @@ public:
     Bulk() noexcept : Bulk(simd::active()) {}
     explicit Bulk(const simd::Kernels& kernels) noexcept : kernels_(simd::coreKernels<S, D>(kernels)) {}
 
-    void measure(const S*& p, const S* end, unsigned int& n, int& result, bool reportsSlow) const noexcept {
-        if (kernels_.measure == nullptr || end - p <= kMinRun) return;
+    QEL_CALLS_KERNELS void measure(const S*& p, const S* end, unsigned int& n, int& result, bool reportsSlow) noexcept {
+        if (address(p) < retryAt_) return;
+        if (kernels_.measure == nullptr || end - p <= kMinRun) {
+            retryAt_ = UINTPTR_MAX;  // nothing more to take in this call
+            return;
+        }
+        // The kernel works on copies, so that the caller's cursors stay out
+        // of memory in its per-character loop.
+        const S* q = p;
+        unsigned int count = n;
         simd::SlowChar last;
-        kernels_.measure(&p, end, &n, &last);
+        kernels_.measure(&q, end, &count, &last);
         if (reportsSlow && last.len != 0) result = P::measure(last.len, last.size);
+        backOff(p, q);
+        p = q;
+        n = count;
     }
-    void convert(const S*& p, const S* end, D*& o, const D* outEnd, int& result, bool reportsSlow) const noexcept {
-        if (kernels_.convert == nullptr || end - p <= kMinRun || outEnd - o <= kMinRoom) return;
+    QEL_CALLS_KERNELS void convert(const S*& p, const S* end, D*& o, const D* outEnd, int& result,
+                                   bool reportsSlow) noexcept {
+        if (address(p) < retryAt_) return;
+        if (kernels_.convert == nullptr || end - p <= kMinRun || outEnd - o <= kMinRoom) {
+            // Input and room only shrink, but the allocating core's room
+            // grows with each chunk: look again a little later.
+            retryAt_ = kernels_.convert == nullptr ? UINTPTR_MAX : address(p) + kRetryAfter * sizeof(S);
+            return;
+        }
+        const S* q = p;
+        D* w = o;
         simd::SlowChar last;
-        kernels_.convert(&p, end, &o, outEnd, &last);
+        kernels_.convert(&q, end, &w, outEnd, &last);
         if (reportsSlow && last.len != 0) result = P::measure(last.len, last.size);
+        backOff(p, q);
+        p = q;
+        o = w;
     }
 
 private:
@@ -149,7 +173,25 @@ private:
     // gain nothing and could be called for every character left.
     static constexpr std::ptrdiff_t kMinRun = 8;
     static constexpr std::ptrdiff_t kMinRoom = 16;
+    // A kernel that took little (it stopped at a character it leaves to the
+    // per-character step) is not asked again for a stretch of units, twice
+    // as long each time it takes little again.
+    static constexpr std::uintptr_t kRetryAfter = 16;
+    static constexpr std::uintptr_t kLongestWait = 1024;
+
+    static std::uintptr_t address(const S* p) noexcept { return reinterpret_cast<std::uintptr_t>(p); }
+    void backOff(const S* from, const S* to) noexcept {
+        if (static_cast<std::uintptr_t>(to - from) >= kRetryAfter) {
+            wait_ = kRetryAfter;
+            return;
+        }
+        retryAt_ = address(to) + wait_ * sizeof(S);
+        if (wait_ < kLongestWait) wait_ *= 2;
+    }
+
     simd::CoreKernels<S, D> kernels_;
+    std::uintptr_t retryAt_ = 0;  // the address from which the kernel is asked again
+    std::uintptr_t wait_ = kRetryAfter;
 };
 
 // A bulk step that takes nothing: the per-character code alone.
@@ -157,8 +199,8 @@ template <class P>
 struct NoBulk {
     using S = typename P::Source::Unit;
     using D = typename P::Target::Unit;
-    void measure(const S*&, const S*, unsigned int&, int&, bool) const noexcept {}
-    void convert(const S*&, const S*, D*&, const D*, int&, bool) const noexcept {}
+    void measure(const S*&, const S*, unsigned int&, int&, bool) noexcept {}
+    void convert(const S*&, const S*, D*&, const D*, int&, bool) noexcept {}
 };
 
 // ---- the kinds ------------------------------------------------------------------
@@ -171,7 +213,7 @@ using DstOf = typename P::Target::Unit;
 // Adds to *count the output size of the well-formed characters from *in;
 // stops with kIllFormed on the first ill-formed one.
 template <class P, class B = Bulk<P>>
-int measureRun(unsigned int* count, const SrcOf<P>** in, const SrcOf<P>* inEnd, const B& bulk = B()) noexcept {
+int measureRun(unsigned int* count, const SrcOf<P>** in, const SrcOf<P>* inEnd, B bulk = B()) noexcept {
     const SrcOf<P>* p = *in;
     unsigned int n = *count;
     int result = 0;
@@ -205,7 +247,7 @@ int measureRun(unsigned int* count, const SrcOf<P>** in, const SrcOf<P>* inEnd, 
 // always write a terminator at the returned cursor.
 template <class P, class B = Bulk<P>>
 int convertSafe(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, const SrcOf<P>* inEnd,
-                const B& bulk = B()) noexcept {
+                B bulk = B()) noexcept {
     DstOf<P>* o = *out;
     const SrcOf<P>* p = *in;
     int result = 0;
@@ -254,7 +296,7 @@ int convertSafe(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, con
 // with success even when input remains (the caller compares *in with inEnd).
 template <class P, class B = Bulk<P>>
 int convertFill(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, const SrcOf<P>* inEnd,
-                const B& bulk = B()) noexcept {
+                B bulk = B()) noexcept {
     DstOf<P>* o = *out;
     const SrcOf<P>* p = *in;
     int result = 0;
@@ -294,7 +336,7 @@ int convertFill(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, con
 // before the move, while the buffer stands on the empty slot.
 template <class P, class B = Bulk<P>>
 int convertAlloc(qelChrXBuf<DstOf<P>>* buf, DstOf<P>** out, const DstOf<P>** outEnd, const SrcOf<P>** in,
-                 const SrcOf<P>* inEnd, const B& bulk = B()) noexcept {
+                 const SrcOf<P>* inEnd, B bulk = B()) noexcept {
     using D = DstOf<P>;
     D* o = *out;
     const D* oe = *outEnd;

@@ -269,15 +269,21 @@ const U* specialOf(const U* p, const U* end) {
     return p;
 }
 
-// Units of a walker test string: mostly plain, with every kind of unit the
-// walkers stop at now and then.
+// Units of a walker test string: mostly plain, with the units at the edges
+// of plain (0x02, 0x7F) now and then, and every kind of unit the walkers stop
+// at, the values next to those edges first among them.
 template <class U>
 std::vector<U> walkerText(TextGen& gen, std::size_t n, unsigned stopEvery) {
+    static const u32 edges[] = {0x02, 0x7F, 0x01, 0x80, 0x81, 0xFF, 0x100, 0xFFFF, 0x10000, 0xFFFFFFFF};
     std::vector<U> v(n);
     for (U& u : v) {
         const unsigned r = gen.below(stopEvery);
-        u = static_cast<U>(r == 0 ? 1 : r == 1 ? 0x80 + gen.below(0x7F) : r == 2 ? (sizeof(U) > 1 ? 0xFFFF : 0xFF)
-                                                                                  : 2 + gen.below(0x7E));
+        if (r < 2) {
+            u = static_cast<U>(edges[gen.below(sizeof edges / sizeof edges[0])]);
+            if (u == 0) u = 1;  // a truncated edge value; zero units end the text elsewhere
+        } else {
+            u = static_cast<U>(2 + gen.below(0x7E));
+        }
     }
     return v;
 }
