@@ -42,6 +42,7 @@ struct BufferFiller {
     Dst* out = buf.firstChunk;
     const Dst* outEnd = buf.firstChunk + 512;
     const simd::CopyPlain<Src, Dst> copyPlain = simd::copyPlain<Src, Dst>(simd::active());
+    const simd::ConvertText<Src, Dst> convertText = simd::convertText<Src, Dst>(simd::active());
 
     BufferFiller() noexcept = default;
     BufferFiller(const BufferFiller&) = delete;  // the cursors point into buf
@@ -51,8 +52,12 @@ struct BufferFiller {
     // the next chunk when the current one is full. False when no chunk could
     // be had; the buffer then stands on the empty slot, which detach reports.
     // Where there is a kernel it copies blocks up to the chunk's end; a unit
-    // at a time otherwise.
+    // at a time otherwise. First, where there is a kernel for it, the
+    // well-formed text up to the next zero unit or 0x01 is converted at once
+    // while it stays clear of the chunk's end (see simd::kTextMargin).
     QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
+        if (convertText != nullptr && outEnd - out > simd::kTextMargin)
+            convertText(&read, inEnd, &out, outEnd - simd::kTextMargin);
         for (;;) {
             if (copyPlain != nullptr) copyPlain(&read, inEnd, &out, outEnd);
             if (read == inEnd || !bounded::isPlainUnit(*read)) return true;

@@ -143,10 +143,16 @@ struct BufferWriter {
     ConvState& state;
 
     const simd::CopyPlain<Src, Dst> copyPlain = simd::copyPlain<Src, Dst>(simd::active());
+    const simd::ConvertText<Src, Dst> convertText = simd::convertText<Src, Dst>(simd::active());
 
-    // Blocks of plain units at once where there is a kernel; the loop takes
-    // what is left: the unit that does not fit, or all of them.
+    // Where there is a kernel for it, the well-formed text up to the next
+    // zero unit or 0x01 is converted at once while it stays clear of the
+    // buffer's end (see simd::kTextMargin); blocks of plain units follow at
+    // once where there is a kernel; the loop takes what is left: the unit
+    // that does not fit, or all of them.
     QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
+        if (convertText != nullptr && bufEnd - w > simd::kTextMargin)
+            convertText(&read, inEnd, &w, bufEnd - simd::kTextMargin);
         if (copyPlain != nullptr) copyPlain(&read, inEnd, &w, plainEnd);
         for (; read != inEnd && isPlainUnit(*read); ++read) {
             if (w >= plainEnd) {

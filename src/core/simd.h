@@ -80,6 +80,19 @@ struct ScanKernels {
 template <class S, class D>
 using CopyPlain = void (*)(const S** p, const S* end, D** o, const D* oEnd) noexcept;
 
+// convertText(p, end, o, oEnd): a walker kernel that converts whole,
+// well-formed characters from *p to *o, stopping before a zero unit, 0x01,
+// a character it does not convert (an ill-formed one above all), `end`, or a
+// character that would not end before oEnd.
+template <class S, class D>
+using ConvertText = void (*)(const S** p, const S* end, D** o, const D* oEnd) noexcept;
+
+// What a walker leaves free behind convertText's output: a text that the
+// kernel converts is converted the same way by the walk's fast path and the
+// cores, as long as none of them comes near the end of the output, where
+// their rules on room and on the terminator differ.
+constexpr std::ptrdiff_t kTextMargin = 2;
+
 struct Kernels {
     Isa isa = Isa::Scalar;
     CoreKernels<u8, u16> u8u16;
@@ -97,6 +110,12 @@ struct Kernels {
     CopyPlain<u16, u32> plain16to32 = nullptr;
     CopyPlain<u32, char> plain32to8 = nullptr;
     CopyPlain<u32, u16> plain32to16 = nullptr;
+    ConvertText<u8, u16> text8to16 = nullptr;
+    ConvertText<u8, u32> text8to32 = nullptr;
+    ConvertText<u16, char> text16to8 = nullptr;
+    ConvertText<u16, u32> text16to32 = nullptr;
+    ConvertText<u32, char> text32to8 = nullptr;
+    ConvertText<u32, u16> text32to16 = nullptr;
 };
 
 // The kernels for this CPU; callers go through active().
@@ -174,6 +193,17 @@ inline CopyPlain<S, D> copyPlain(const Kernels& k) noexcept {
     else if constexpr (std::is_same_v<S, u16> && std::is_same_v<D, u32>) return k.plain16to32;
     else if constexpr (std::is_same_v<S, u32> && std::is_same_v<D, char>) return k.plain32to8;
     else if constexpr (std::is_same_v<S, u32> && std::is_same_v<D, u16>) return k.plain32to16;
+    else return nullptr;
+}
+
+template <class S, class D>
+inline ConvertText<S, D> convertText(const Kernels& k) noexcept {
+    if constexpr (std::is_same_v<S, u8> && std::is_same_v<D, u16>) return k.text8to16;
+    else if constexpr (std::is_same_v<S, u8> && std::is_same_v<D, u32>) return k.text8to32;
+    else if constexpr (std::is_same_v<S, u16> && std::is_same_v<D, char>) return k.text16to8;
+    else if constexpr (std::is_same_v<S, u16> && std::is_same_v<D, u32>) return k.text16to32;
+    else if constexpr (std::is_same_v<S, u32> && std::is_same_v<D, char>) return k.text32to8;
+    else if constexpr (std::is_same_v<S, u32> && std::is_same_v<D, u16>) return k.text32to16;
     else return nullptr;
 }
 

@@ -504,6 +504,22 @@ inline unsigned wholeBytes(const u8* p, unsigned n) {
 // where wholeBytes put its end (not so after an ill-formed character).
 inline bool tookWhole(const Utf8Block& blk) { return blk.chars == blk.count && blk.chars != 0; }
 
+// Writes the characters that the general decoder took as UTF-16 or UTF-32;
+// returns the units written.
+template <class D>
+QEL_AVX512 inline unsigned writeGeneral(const Utf8Block& blk, D* o) {
+    if constexpr (sizeof(D) == 2) {
+        return writeUtf16(blk, o);
+    } else {
+        const unsigned c = blk.chars;
+        _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(c)), codePoints32<0>(blk));
+        _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(low16(groupLanes(c, 1, 16))), codePoints32<1>(blk));
+        _mm512_mask_storeu_epi32(o + 32, static_cast<__mmask16>(low16(groupLanes(c, 2, 16))), codePoints32<2>(blk));
+        _mm512_mask_storeu_epi32(o + 48, static_cast<__mmask16>(low16(groupLanes(c, 3, 16))), codePoints32<3>(blk));
+        return c;
+    }
+}
+
 template <bool kToUtf16>
 QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditional<kToUtf16, u16, u32>::type** oo,
                             const typename std::conditional<kToUtf16, u16, u32>::type* outEnd,
@@ -542,41 +558,7 @@ QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditio
         if (whole == 0) break;
         Utf8Block blk;
         decodeUtf8(in, whole, blk);
-        if constexpr (kToUtf16) {
-            o += writeUtf16(blk, o);
-        } else {
-            const unsigned c = blk.chars;
-            if ((blk.four & low64(c)) == 0) {
-                // Code points of 16 bits, widened.
-                const V h0 = codePoints16<0>(blk);
-                _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(c)), _mm512_cvtepu16_epi32(half<0>(h0)));
-                _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(low16(groupLanes(c, 1, 16))),
-                                         _mm512_cvtepu16_epi32(half<1>(h0)));
-                if (c > 32) {
-                    const V h1 = codePoints16<1>(blk);
-                    _mm512_mask_storeu_epi32(o + 32, static_cast<__mmask16>(low16(c - 32)),
-                                             _mm512_cvtepu16_epi32(half<0>(h1)));
-                    _mm512_mask_storeu_epi32(o + 48, static_cast<__mmask16>(low16(groupLanes(c, 3, 16))),
-                                             _mm512_cvtepu16_epi32(half<1>(h1)));
-                }
-                o += c;
-                lastUtf8Char(blk, blk.chars, kToUtf16, last);
-                if (!tookWhole(blk)) {
-                    p += blk.bytes;
-                    break;
-                }
-                p += whole;
-                continue;
-            }
-            _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(c)), codePoints32<0>(blk));
-            _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(low16(groupLanes(c, 1, 16))), codePoints32<1>(blk));
-            if (c > 32) {
-                _mm512_mask_storeu_epi32(o + 32, static_cast<__mmask16>(low16(c - 32)), codePoints32<2>(blk));
-                _mm512_mask_storeu_epi32(o + 48, static_cast<__mmask16>(low16(groupLanes(c, 3, 16))),
-                                         codePoints32<3>(blk));
-            }
-            o += c;
-        }
+        o += writeGeneral(blk, o);
         lastUtf8Char(blk, blk.chars, kToUtf16, last);
         // Past an ill-formed character the per-character code takes over.
         if (!tookWhole(blk)) {
@@ -1256,6 +1238,168 @@ QEL_AVX512_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd
     *oo = o;
 }
 
+// ---- whole texts -------------------------------------------------------------------
+
+// One step of convertText over the n units at p (in v), none of them a zero
+// unit or 0x01, with room for the worst case of all of them: the units taken
+// (written at o, which moves on) and whether another step may follow.
+template <class D>
+struct Utf8Text {
+    static constexpr std::size_t kPerUnit = 1;
+    QEL_AVX512 static std::size_t take(const u8* p, V in, std::size_t n, D*& o, bool& more) {
+        more = true;
+        if ((_mm512_movepi8_mask(in) & low64(n)) == 0) {
+            if constexpr (sizeof(D) == 2) {
+                widenAsciiTo16(in, n, o);
+            } else {
+                widenAsciiTo32(in, n, o);
+            }
+            o += n;
+            return n;
+        }
+        const unsigned whole = wholeBytes(p, static_cast<unsigned>(n));
+        FastBlock fast;
+        if (checkFast(in, whole, fast)) {
+            o += writeFast(fast, o);
+            return whole;
+        }
+        more = false;
+        if (whole == 0) return 0;
+        Utf8Block blk;
+        decodeUtf8(in, whole, blk);
+        o += writeGeneral(blk, o);
+        return blk.bytes;
+    }
+};
+
+template <class D>
+struct Utf16Text {
+    static constexpr std::size_t kPerUnit = sizeof(D) == 1 ? 3 : 1;
+    QEL_AVX512 static std::size_t take(const u16* /*p*/, V units, std::size_t n, D*& o, bool& more) {
+        const Utf16Block blk = checkUtf16(units, n);
+        const V following = _mm512_permutexvar_epi16(_mm512_load_si512(kNext16), units);
+        SlowChar ignored;
+        if constexpr (sizeof(D) == 1) {
+            o += emitUtf16ToUtf8(units, following, blk, blk.taken, o, &ignored);
+        } else {
+            o += emitUtf16ToUtf32(units, following, blk, blk.taken, o);
+        }
+        // A high surrogate at the step's end waits for the next step.
+        more = blk.taken != 0 && blk.taken + 1 >= n;
+        return blk.taken;
+    }
+};
+
+template <class D>
+struct Utf32Text {
+    static constexpr std::size_t kPerUnit = sizeof(D) == 1 ? 4 : 2;
+    QEL_AVX512 static std::size_t take(const u32* /*p*/, V units, std::size_t n, D*& o, bool& more) {
+        const unsigned taken = checkUtf32(units, n);
+        SlowChar ignored;
+        o += emitUtf32(units, taken, o, &ignored);
+        more = taken == n;
+        return taken;
+    }
+};
+
+// Whole vectors of units that a pair takes without any check but the unit
+// range: ASCII from UTF-8 (64 bytes), or 64 units of UTF-16 or UTF-32 that
+// are ASCII, or of the BMP without surrogates between UTF-16 and UTF-32.
+// Returns false (writing nothing) when the 64 units are not all such units,
+// or any of them is a zero unit or 0x01.
+template <class S, class D>
+QEL_AVX512_SCAN inline bool wideText(const S* p, D* o) {
+    if constexpr (sizeof(S) == 1) {
+        return false;  // the step itself is as wide
+    } else if constexpr (sizeof(S) == 2) {
+        const V u0 = _mm512_loadu_si512(p), u1 = _mm512_loadu_si512(p + 32);
+        if (_mm512_cmple_epu16_mask(_mm512_min_epu16(u0, u1), b16<1>()) != 0) return false;
+        if constexpr (sizeof(D) == 1) {
+            if (_mm512_cmpge_epu16_mask(_mm512_max_epu16(u0, u1), b16<0x80>()) != 0) return false;
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(o), _mm512_cvtepi16_epi8(u0));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 32), _mm512_cvtepi16_epi8(u1));
+        } else {
+            const V sur = b16<0xD800>(), mask = b16<0xF800>();
+            if ((_mm512_cmpeq_epi16_mask(_mm512_and_si512(u0, mask), sur) |
+                 _mm512_cmpeq_epi16_mask(_mm512_and_si512(u1, mask), sur)) != 0)
+                return false;
+            _mm512_storeu_si512(o, _mm512_cvtepu16_epi32(half<0>(u0)));
+            _mm512_storeu_si512(o + 16, _mm512_cvtepu16_epi32(half<1>(u0)));
+            _mm512_storeu_si512(o + 32, _mm512_cvtepu16_epi32(half<0>(u1)));
+            _mm512_storeu_si512(o + 48, _mm512_cvtepu16_epi32(half<1>(u1)));
+        }
+        return true;
+    } else {
+        const V u0 = _mm512_loadu_si512(p), u1 = _mm512_loadu_si512(p + 16);
+        const V u2 = _mm512_loadu_si512(p + 32), u3 = _mm512_loadu_si512(p + 48);
+        const V least = _mm512_min_epu32(_mm512_min_epu32(u0, u1), _mm512_min_epu32(u2, u3));
+        if (_mm512_cmple_epu32_mask(least, b32<1>()) != 0) return false;
+        const V top = _mm512_max_epu32(_mm512_max_epu32(u0, u1), _mm512_max_epu32(u2, u3));
+        if constexpr (sizeof(D) == 1) {
+            if (_mm512_cmpge_epu32_mask(top, b32<0x80>()) != 0) return false;
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm512_cvtepi32_epi8(u0));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 16), _mm512_cvtepi32_epi8(u1));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 32), _mm512_cvtepi32_epi8(u2));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 48), _mm512_cvtepi32_epi8(u3));
+        } else {
+            const V surrogate = b32<0xD800u>(), span = b32<0x800>();
+            const std::uint32_t sur = _mm512_cmplt_epu32_mask(_mm512_sub_epi32(u0, surrogate), span) |
+                                      _mm512_cmplt_epu32_mask(_mm512_sub_epi32(u1, surrogate), span) |
+                                      _mm512_cmplt_epu32_mask(_mm512_sub_epi32(u2, surrogate), span) |
+                                      _mm512_cmplt_epu32_mask(_mm512_sub_epi32(u3, surrogate), span);
+            if (sur != 0 || _mm512_cmpge_epu32_mask(top, b32<0x10000u>()) != 0) return false;
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(o), _mm512_cvtepi32_epi16(u0));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 16), _mm512_cvtepi32_epi16(u1));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 32), _mm512_cvtepi32_epi16(u2));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 48), _mm512_cvtepi32_epi16(u3));
+        }
+        return true;
+    }
+}
+
+// convertText: steps over the units from p, each within p's memory page,
+// before `end`, before the first zero unit or 0x01 and within the output
+// room, taken by the pair's Step.
+template <class S, class D, class Step>
+QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oEnd) noexcept {
+    constexpr std::size_t kLanes = 64 / sizeof(S);
+    const S* p = *pp;
+    D* o = *oo;
+    if (!misaligned(p)) {
+        for (;;) {
+            if (o >= oEnd) break;
+            const std::size_t room = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
+            if (sizeof(S) > 1 && room >= 64 && wholeVectors(p, end) * kLanes >= 64 && wideText(p, o)) {
+                p += 64;
+                o += 64;
+                continue;
+            }
+            std::size_t n = smaller(stepUnits(p, end), room);
+            if (n == 0) break;
+            V v = loadUnits(p, n);
+            std::uint64_t stop = stopLanes<S>(v, n);
+            const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(p)) / sizeof(S);
+            if (stop == 0 && n < kLanes && n < room && n < ahead) {
+                // Cut by the page's end, with no zero unit before it: the
+                // string goes on into the next page, so a whole step may be
+                // read (a character may straddle the two pages).
+                n = smaller(smaller(kLanes, room), ahead);
+                v = loadUnits(p, n);
+                stop = stopLanes<S>(v, n);
+            }
+            if (__builtin_expect(stop != 0, 0)) {
+                n = static_cast<std::size_t>(_tzcnt_u64(stop));
+                if (n == 0) break;
+            }
+            bool more;
+            p += Step::take(p, v, n, o, more);
+            if (!more) break;
+        }
+    }
+    *pp = p;
+    *oo = o;
+}
+
 Kernels makeKernels() {
     Kernels k;
     k.isa = Isa::Avx512;
@@ -1274,6 +1418,12 @@ Kernels makeKernels() {
     k.plain16to32 = &copyPlain<u16, u32>;
     k.plain32to8 = &copyPlain<u32, char>;
     k.plain32to16 = &copyPlain<u32, u16>;
+    k.text8to16 = &convertText<u8, u16, Utf8Text<u16>>;
+    k.text8to32 = &convertText<u8, u32, Utf8Text<u32>>;
+    k.text16to8 = &convertText<u16, char, Utf16Text<char>>;
+    k.text16to32 = &convertText<u16, u32, Utf16Text<u32>>;
+    k.text32to8 = &convertText<u32, char, Utf32Text<char>>;
+    k.text32to16 = &convertText<u32, u16, Utf32Text<u16>>;
     return k;
 }
 

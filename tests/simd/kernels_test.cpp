@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <random>
@@ -331,6 +332,77 @@ TEST(SimdWalkers, Utf16ToUtf32) { compareWalkerKernels<u16, u32>(14); }
 TEST(SimdWalkers, Utf32ToUtf8) { compareWalkerKernels<u32, char>(15); }
 TEST(SimdWalkers, Utf32ToUtf16) { compareWalkerKernels<u32, u16>(16); }
 
+// convertText against the per-character code: what it takes is a prefix of
+// whole characters that the fill converter converts to exactly the units
+// written, with nothing written beyond them, no zero unit or 0x01 and nothing
+// past `end` taken, and the output end respected; on well-formed text with
+// room to spare it takes everything up to the first zero unit or 0x01.
+template <class P>
+void compareTextKernel(unsigned seed) {
+    using S = core::SrcOf<P>;
+    using D = core::DstOf<P>;
+    const auto sets = vectorSets();
+    TextGen gen(seed);
+    std::size_t checked = 0;
+    for (int f = 0; f < kFlavours; ++f) {
+        for (unsigned i = 0; i < 30; ++i) {
+            const bool faults = i % 3 == 2;
+            std::vector<S> text = gen.text<S>(static_cast<Flavour>(f), gen.below(i < 10 ? 40 : 500), faults ? 1 : 0);
+            // Now and then a unit becomes 0x01, which may cut a character.
+            const bool cut = i % 4 == 1 && !text.empty();
+            if (cut) text[gen.below(static_cast<unsigned>(text.size()))] = static_cast<S>(1);
+            const bool wellFormed = !faults && !cut;
+            text.push_back(0);
+            const auto block = heapCopy(text);
+            const S* const begin = block.get();
+            const std::size_t n = text.size() - 1;
+            // The reference: what the fill converter makes of the text before
+            // the first zero unit or 0x01.
+            std::size_t stop = 0;
+            while (stop < n && static_cast<u32>(begin[stop]) > 1) ++stop;
+            for (const simd::Kernels* k : sets) {
+                const auto kernel = simd::convertText<S, D>(*k);
+                if (kernel == nullptr) continue;
+                for (const S* end : {static_cast<const S*>(nullptr), begin + n, begin + gen.below(static_cast<unsigned>(n + 1))}) {
+                    for (std::size_t room : {std::size_t{0}, std::size_t{3}, std::size_t{gen.below(200)}, 4 * n + 8}) {
+                        std::vector<D> out(room + 1, static_cast<D>(0x5A));
+                        const S* p = begin;
+                        D* o = out.data();
+                        kernel(&p, end, &o, out.data() + room);
+                        const std::size_t taken = static_cast<std::size_t>(p - begin);
+                        const std::size_t written = static_cast<std::size_t>(o - out.data());
+                        const std::size_t limit = end == nullptr ? stop : std::min(stop, static_cast<std::size_t>(end - begin));
+                        ASSERT_LE(taken, limit) << isaName(k->isa);
+                        ASSERT_LE(written, room);
+                        std::vector<D> expect(written + 8, static_cast<D>(0x5A));
+                        const S* q = begin;
+                        D* w = expect.data();
+                        const int r = core::convertFill<P>(&w, expect.data() + expect.size(), &q, begin + taken,
+                                                           core::NoBulk<P>());
+                        ASSERT_GE(r, 0) << isaName(k->isa) << ": took an ill-formed character";
+                        ASSERT_EQ(q, begin + taken) << isaName(k->isa) << ": stopped inside a character";
+                        ASSERT_EQ(static_cast<std::size_t>(w - expect.data()), written) << isaName(k->isa);
+                        for (std::size_t j = 0; j < written; ++j) ASSERT_EQ(out[j], expect[j]) << isaName(k->isa);
+                        for (std::size_t j = written; j <= room; ++j) ASSERT_EQ(out[j], static_cast<D>(0x5A));
+                        if (wellFormed && room == 4 * n + 8 && end == nullptr) {
+                            ASSERT_EQ(taken, stop) << isaName(k->isa) << ": stopped early in well-formed text";
+                        }
+                        ++checked;
+                    }
+                }
+            }
+        }
+    }
+    if (checked == 0) GTEST_SKIP() << "no text kernels in this build or on this CPU";
+}
+
+TEST(SimdText, Utf8ToUtf16) { compareTextKernel<policy::Utf8ToUtf16>(21); }
+TEST(SimdText, Utf8ToUtf32) { compareTextKernel<policy::Utf8ToUtf32>(22); }
+TEST(SimdText, Utf16ToUtf8) { compareTextKernel<policy::Utf16ToUtf8>(23); }
+TEST(SimdText, Utf16ToUtf32) { compareTextKernel<policy::Utf16ToUtf32>(24); }
+TEST(SimdText, Utf32ToUtf8) { compareTextKernel<policy::Utf32ToUtf8>(25); }
+TEST(SimdText, Utf32ToUtf16) { compareTextKernel<policy::Utf32ToUtf16>(26); }
+
 // Zero-terminated strings (null end) that end on the last unit before an
 // inaccessible page: the walker kernels must find the zero without touching
 // that page, from every start position near it.
@@ -356,6 +428,13 @@ void walkToPageEnd() {
             D* o = out.data();
             simd::copyPlain<S, D>(*k)(&p, nullptr, &o, out.data() + n);
             ASSERT_EQ(p, pageEnd - 1) << isaName(k->isa);
+            if (const auto text = simd::convertText<S, D>(*k)) {
+                std::vector<D> wide(4 * n);  // room for the worst case
+                p = begin + from;
+                o = wide.data();
+                text(&p, nullptr, &o, wide.data() + wide.size());
+                ASSERT_EQ(p, pageEnd - 1) << isaName(k->isa);
+            }
         }
     }
     munmap(map, 2 * page);
