@@ -54,10 +54,9 @@ struct BufferFiller {
     // Where there is a kernel it copies blocks up to the chunk's end; a unit
     // at a time otherwise. First, where there is a kernel for it, the
     // well-formed text up to the next zero unit or 0x01 is converted at once
-    // while it stays clear of the chunk's end (see simd::kTextMargin).
+    // within the chunk (see bounded::takeText).
     QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
-        if (convertText != nullptr && outEnd - out > simd::kTextMargin)
-            convertText(&read, inEnd, &out, outEnd - simd::kTextMargin);
+        if (bounded::takeText<P>(convertText, read, inEnd, out, outEnd)) return true;
         for (;;) {
             if (copyPlain != nullptr) copyPlain(&read, inEnd, &out, outEnd);
             if (read == inEnd || !bounded::isPlainUnit(*read)) return true;

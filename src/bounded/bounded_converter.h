@@ -17,6 +17,7 @@
 #include "common/common.h"
 #include "common/sequence.h"
 #include "core/pairs.h"
+#include "core/rules.h"
 #include "core/simd.h"
 
 namespace qel {
@@ -27,6 +28,57 @@ template <class U>
 constexpr bool isPlainUnit(U u) noexcept {
     const u32 v = static_cast<u32>(u);
     return v <= 0x7Fu && v != 0 && v != seq::kStart;
+}
+
+// A text kernel (simd::convertText) may take, in one pass, text that the walk
+// would split into plain units and a pending run: from the first unit that is
+// not plain on, the walk hands everything up to the next zero unit or 0x01 to
+// a core as one run. The kernel keeps clear of the output's end, so the units
+// it writes are the ones that the fast path and the core would write; what
+// must stay with the core is the end of the run, where its rules on room
+// decide, and the success value that the run leaves (its last character that
+// is not a fast one, which the UTF-8 -> UTF-32 safe converter also steps back
+// by). So after the kernel, the text from the last character that is not
+// plain on is given back: the walk then hands it to the core as a run, which
+// converts that character again and goes on exactly as it would have.
+//
+// takeText runs the kernel from `read` (writing at w, up to limit) and gives
+// back as described; it returns whether the walk now stands before such a
+// run (false: the kernel took plain units only, or nothing).
+template <class P>
+inline bool takeText(simd::ConvertText<typename P::Src, typename P::Dst> kernel, const typename P::Src*& read,
+                     const typename P::Src* inEnd, typename P::Dst*& w, const typename P::Dst* limit) noexcept {
+    using Src = typename P::Src;
+    if (kernel == nullptr || limit - w <= simd::kTextMargin) return false;
+    const Src* const from = read;
+    kernel(&read, inEnd, &w, limit - simd::kTextMargin);
+    const Src* charEnd = read;
+    while (charEnd != from && isPlainUnit(charEnd[-1])) --charEnd;
+    if (charEnd == from) return false;
+    // The last character that is not plain, and its size in the target.
+    const Src* start = charEnd - 1;
+    if constexpr (sizeof(Src) == 1) {
+        while ((static_cast<u32>(*start) & 0xC0u) == 0x80u) --start;
+    } else if constexpr (sizeof(Src) == 2) {
+        if (rules::isLowSurrogate(*start)) --start;
+    }
+    u32 cp = 0;
+    if constexpr (sizeof(Src) == 1) {
+        rules::decodeUtf8(start, charEnd, cp);
+    } else if constexpr (sizeof(Src) == 2) {
+        rules::decodeUtf16(start, charEnd, cp);
+    } else {
+        cp = *start;
+    }
+    int size = 1;
+    if constexpr (sizeof(typename P::Dst) == 1) {
+        size = rules::utf8Size(cp);
+    } else if constexpr (sizeof(typename P::Dst) == 2) {
+        size = rules::utf16Size(cp);
+    }
+    w -= unitsBetween(charEnd, read) + static_cast<unsigned int>(size);
+    read = start;
+    return true;
 }
 
 // The walk from `runStart` (also the first read position) to the input end
@@ -146,13 +198,11 @@ struct BufferWriter {
     const simd::ConvertText<Src, Dst> convertText = simd::convertText<Src, Dst>(simd::active());
 
     // Where there is a kernel for it, the well-formed text up to the next
-    // zero unit or 0x01 is converted at once while it stays clear of the
-    // buffer's end (see simd::kTextMargin); blocks of plain units follow at
-    // once where there is a kernel; the loop takes what is left: the unit
-    // that does not fit, or all of them.
+    // zero unit or 0x01 is converted at once (see takeText); blocks of plain
+    // units follow at once where there is a kernel; the loop takes what is
+    // left: the unit that does not fit, or all of them.
     QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
-        if (convertText != nullptr && bufEnd - w > simd::kTextMargin)
-            convertText(&read, inEnd, &w, bufEnd - simd::kTextMargin);
+        if (takeText<P>(convertText, read, inEnd, w, bufEnd)) return true;
         if (copyPlain != nullptr) copyPlain(&read, inEnd, &w, plainEnd);
         for (; read != inEnd && isPlainUnit(*read); ++read) {
             if (w >= plainEnd) {

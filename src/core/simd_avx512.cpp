@@ -1279,13 +1279,24 @@ struct Utf16Text {
         const Utf16Block blk = checkUtf16(units, n);
         const V following = _mm512_permutexvar_epi16(_mm512_load_si512(kNext16), units);
         SlowChar ignored;
+        more = true;
+        if (blk.taken == n) {
+            // The usual case, apart so that the step's size does not wait on
+            // the checks.
+            if constexpr (sizeof(D) == 1) {
+                o += emitUtf16ToUtf8(units, following, blk, static_cast<unsigned>(n), o, &ignored);
+            } else {
+                o += emitUtf16ToUtf32(units, following, blk, static_cast<unsigned>(n), o);
+            }
+            return n;
+        }
         if constexpr (sizeof(D) == 1) {
             o += emitUtf16ToUtf8(units, following, blk, blk.taken, o, &ignored);
         } else {
             o += emitUtf16ToUtf32(units, following, blk, blk.taken, o);
         }
         // A high surrogate at the step's end waits for the next step.
-        more = blk.taken != 0 && blk.taken + 1 >= n;
+        more = blk.taken != 0 && blk.taken + 1 == n;
         return blk.taken;
     }
 };
@@ -1296,8 +1307,13 @@ struct Utf32Text {
     QEL_AVX512 static std::size_t take(const u32* /*p*/, V units, std::size_t n, D*& o, bool& more) {
         const unsigned taken = checkUtf32(units, n);
         SlowChar ignored;
+        if (taken == n) {
+            o += emitUtf32(units, static_cast<unsigned>(n), o, &ignored);
+            more = true;
+            return n;
+        }
         o += emitUtf32(units, taken, o, &ignored);
-        more = taken == n;
+        more = false;
         return taken;
     }
 };
@@ -1359,42 +1375,52 @@ QEL_AVX512_SCAN inline bool wideText(const S* p, D* o) {
 
 // convertText: steps over the units from p, each within p's memory page,
 // before `end`, before the first zero unit or 0x01 and within the output
-// room, taken by the pair's Step.
+// room, taken by the pair's Step. Within a span of whole vectors that lies
+// before the page's end, `end` and the room's limit, steps load whole
+// vectors and their sizes do not wait on the page arithmetic.
 template <class S, class D, class Step>
 QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oEnd) noexcept {
     constexpr std::size_t kLanes = 64 / sizeof(S);
     const S* p = *pp;
     D* o = *oo;
-    if (!misaligned(p)) {
-        for (;;) {
-            if (o >= oEnd) break;
-            const std::size_t room = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
-            if (sizeof(S) > 1 && room >= 64 && wholeVectors(p, end) * kLanes >= 64 && wideText(p, o)) {
+    bool more = !misaligned(p);
+    while (more && o < oEnd) {
+        const std::size_t room = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
+        const S* const spanEnd = p + smaller(wholeVectors(p, end) * kLanes, room);
+        while (more && static_cast<std::size_t>(spanEnd - p) >= kLanes) {
+            if (sizeof(S) > 1 && static_cast<std::size_t>(spanEnd - p) >= 64 && wideText(p, o)) {
                 p += 64;
                 o += 64;
                 continue;
             }
-            std::size_t n = smaller(stepUnits(p, end), room);
-            if (n == 0) break;
-            V v = loadUnits(p, n);
-            std::uint64_t stop = stopLanes<S>(v, n);
-            const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(p)) / sizeof(S);
-            if (stop == 0 && n < kLanes && n < room && n < ahead) {
-                // Cut by the page's end, with no zero unit before it: the
-                // string goes on into the next page, so a whole step may be
-                // read (a character may straddle the two pages).
-                n = smaller(smaller(kLanes, room), ahead);
-                v = loadUnits(p, n);
-                stop = stopLanes<S>(v, n);
-            }
-            if (__builtin_expect(stop != 0, 0)) {
-                n = static_cast<std::size_t>(_tzcnt_u64(stop));
-                if (n == 0) break;
-            }
-            bool more;
-            p += Step::take(p, v, n, o, more);
-            if (!more) break;
+            const V v = loadVector(p);
+            if (stopLanes<S>(v, kLanes) != 0) break;
+            p += Step::take(p, v, kLanes, o, more);
         }
+        if (!more) break;
+        // One masked step: up to a zero unit or 0x01, the page's end or `end`.
+        std::size_t n = smaller(stepUnits(p, end), smaller(room, static_cast<std::size_t>(oEnd - o) / Step::kPerUnit));
+        if (n == 0) break;
+        V v = loadUnits(p, n);
+        std::uint64_t stop = stopLanes<S>(v, n);
+        const std::size_t ahead =
+            (reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(p)) / sizeof(S);
+        const std::size_t roomNow = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
+        if (stop == 0 && n < kLanes && n < roomNow && n < ahead) {
+            // Cut by the page's end, with no zero unit before it: the string
+            // goes on into the next page, so a whole step may be read (a
+            // character may straddle the two pages).
+            n = smaller(smaller(kLanes, roomNow), ahead);
+            v = loadUnits(p, n);
+            stop = stopLanes<S>(v, n);
+        }
+        if (stop != 0) {
+            n = static_cast<std::size_t>(_tzcnt_u64(stop));
+            if (n == 0) break;
+        }
+        p += Step::take(p, v, n, o, more);
+        // A step that ends before a zero unit or 0x01 ends the kernel.
+        if (stop != 0 && more) more = false;
     }
     *pp = p;
     *oo = o;
