@@ -22,6 +22,7 @@
 #include "common/sequence.h"
 #include "core/pairs.h"
 #include "core/rules.h"
+#include "core/simd.h"
 
 namespace qel {
 namespace errnostyle {
@@ -69,7 +70,8 @@ inline int fillConvert(typename P::Dst** out, const typename P::Dst* outEnd, con
 }
 
 // Sink of bounded::walk that converts into [out, end). There is no fast path:
-// all text goes to the cores in runs. A run that ends at the terminator is the
+// all text goes to the cores in runs (or, where a kernel takes it at once,
+// as the cores would convert it). A run that ends at the terminator is the
 // last one and goes to the fill converter; a run before a sequence goes to the
 // safe converter, which leaves room behind it.
 template <class P>
@@ -81,7 +83,15 @@ struct BoundedWriter {
     Dst* const end;
     ConvState& state;  // where a cut sequence records kNoRoom
 
-    bool plain(const Src*& /*read*/, const Src* /*inEnd*/) noexcept { return true; }
+    const simd::ConvertText<Src, Dst> convertText = simd::convertText<Src, Dst>(simd::active());
+
+    // No fast path of the walk's own: where there is a kernel for it, the
+    // well-formed text up to the next zero unit or 0x01 is converted at once
+    // (see bounded::takeText), and the rest goes to the cores in runs.
+    QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
+        bounded::takeText<P>(convertText, read, inEnd, out, end);
+        return true;
+    }
     bool run(const Src*& runStart, const Src* runEnd, ConvState& st) noexcept {
         st.result = *runEnd == 0 ? fillConvert<P>(&out, end, &runStart, runEnd)
                                  : P::safe(&out, end, &runStart, runEnd);
