@@ -5,7 +5,8 @@
 // output size and the allocating one from every offset near the end of its
 // first chunk, and the two must agree on the result, both cursors, the count
 // and every unit of the output block. The walker kernels run on the same
-// text and must agree with their one-unit-at-a-time definitions.
+// text and must agree with their one-unit-at-a-time definitions, and the
+// one-pass text kernel with the fill converter.
 //
 // Data: pair, text mode, then the text (see makeText).
 #include <cstdint>
@@ -157,6 +158,52 @@ void checkWalkers(const qelref::Units& units, const std::vector<const simd::Kern
     }
 }
 
+// convertText from the start of the text (the pair P's cores as the
+// reference): it takes a prefix of whole, well-formed characters before any
+// zero unit or 0x01 and `end`, writes exactly what the fill converter writes
+// for them and nothing more, keeps within the room and reports where its last
+// unit from 0x80 ends.
+template <class P>
+void checkText(const qelref::Units& units, const std::vector<const simd::Kernels*>& sets) {
+    using S = core::SrcOf<P>;
+    using D = core::DstOf<P>;
+    std::vector<S> text;
+    for (std::uint32_t u : units) text.push_back(static_cast<S>(u));
+    text.push_back(0);
+    const auto b = block(text);
+    const S* const begin = b.get();
+    const std::size_t n = text.size() - 1;
+    std::size_t stop = 0;
+    while (stop < n && static_cast<std::uint32_t>(begin[stop]) > 1) ++stop;
+    for (const simd::Kernels* k : sets) {
+        const auto kernel = simd::convertText<S, D>(*k);
+        if (kernel == nullptr) continue;
+        for (const S* end : {static_cast<const S*>(nullptr), begin + n / 2, begin + n}) {
+            for (std::size_t room : {n / 3, 4 * n + 4}) {
+                std::vector<D> out(room + 1, static_cast<D>(0x5A));
+                const S* p = begin;
+                D* o = out.data();
+                const S* lastOther = nullptr;
+                kernel(&p, end, &o, out.data() + room, &lastOther);
+                const std::size_t taken = static_cast<std::size_t>(p - begin);
+                const std::size_t written = static_cast<std::size_t>(o - out.data());
+                QF_CHECK(taken <= stop && (end == nullptr || p <= end) && written <= room);
+                const S* expectOther = nullptr;
+                for (const S* u = begin; u != p; ++u)
+                    if (static_cast<std::uint32_t>(*u) >= 0x80) expectOther = u + 1;
+                QF_CHECK(lastOther == expectOther);
+                std::vector<D> expect(written + 8, static_cast<D>(0x5A));
+                const S* q = begin;
+                D* w = expect.data();
+                QF_CHECK(core::convertFill<P>(&w, expect.data() + expect.size(), &q, p, core::NoBulk<P>()) >= 0);
+                QF_CHECK(q == p && static_cast<std::size_t>(w - expect.data()) == written);
+                for (std::size_t i = 0; i < written; ++i) QF_CHECK(out[i] == expect[i]);
+                for (std::size_t i = written; i <= room; ++i) QF_CHECK(out[i] == static_cast<D>(0x5A));
+            }
+        }
+    }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -171,36 +218,42 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const qelref::Units t = makeText(r, Enc::Utf8, structured, false);
         checkCores<policy::Utf8ToUtf16>(t, sets);
         checkWalkers<qel::u8, qel::u16>(t, sets);
+        checkText<policy::Utf8ToUtf16>(t, sets);
         break;
     }
     case 1: {
         const qelref::Units t = makeText(r, Enc::Utf8, structured, false);
         checkCores<policy::Utf8ToUtf32>(t, sets);
         checkWalkers<qel::u8, qel::u32>(t, sets);
+        checkText<policy::Utf8ToUtf32>(t, sets);
         break;
     }
     case 2: {
         const qelref::Units t = makeText(r, Enc::Utf16, structured, false);
         checkCores<policy::Utf16ToUtf8>(t, sets);
         checkWalkers<qel::u16, char>(t, sets);
+        checkText<policy::Utf16ToUtf8>(t, sets);
         break;
     }
     case 3: {
         const qelref::Units t = makeText(r, Enc::Utf16, structured, false);
         checkCores<policy::Utf16ToUtf32, false>(t, sets);
         checkWalkers<qel::u16, qel::u32>(t, sets);
+        checkText<policy::Utf16ToUtf32>(t, sets);
         break;
     }
     case 4: {
         const qelref::Units t = makeText(r, Enc::Utf32, structured, false);
         checkCores<policy::Utf32ToUtf8>(t, sets);
         checkWalkers<qel::u32, char>(t, sets);
+        checkText<policy::Utf32ToUtf8>(t, sets);
         break;
     }
     default: {
         const qelref::Units t = makeText(r, Enc::Utf32, structured, false);
         checkCores<policy::Utf32ToUtf16>(t, sets);
         checkWalkers<qel::u32, qel::u16>(t, sets);
+        checkText<policy::Utf32ToUtf16>(t, sets);
         break;
     }
     }

@@ -50,11 +50,11 @@ inline bool takeText(simd::ConvertText<typename P::Src, typename P::Dst> kernel,
                      const typename P::Src* inEnd, typename P::Dst*& w, const typename P::Dst* limit) noexcept {
     using Src = typename P::Src;
     if (kernel == nullptr || limit - w <= simd::kTextMargin) return false;
-    const Src* const from = read;
-    kernel(&read, inEnd, &w, limit - simd::kTextMargin);
-    const Src* charEnd = read;
-    while (charEnd != from && isPlainUnit(charEnd[-1])) --charEnd;
-    if (charEnd == from) return false;
+    // The kernel takes no zero unit and no 0x01, so the units that are not
+    // plain are those from 0x80: it reports where the last of them ends.
+    const Src* charEnd = nullptr;
+    kernel(&read, inEnd, &w, limit - simd::kTextMargin, &charEnd);
+    if (charEnd == nullptr) return false;
     // The last character that is not plain, and its size in the target.
     const Src* start = charEnd - 1;
     if constexpr (sizeof(Src) == 1) {

@@ -80,12 +80,13 @@ struct ScanKernels {
 template <class S, class D>
 using CopyPlain = void (*)(const S** p, const S* end, D** o, const D* oEnd) noexcept;
 
-// convertText(p, end, o, oEnd): a walker kernel that converts whole,
-// well-formed characters from *p to *o, stopping before a zero unit, 0x01,
-// a character it does not convert (an ill-formed one above all), `end`, or a
-// character that would not end before oEnd.
+// convertText(p, end, o, oEnd, lastOther): a walker kernel that converts
+// whole, well-formed characters from *p to *o, stopping before a zero unit,
+// 0x01, a character it does not convert (an ill-formed one above all), `end`,
+// or a character that would not end before oEnd. When it took a unit from
+// 0x80, *lastOther receives the position just past the last such unit.
 template <class S, class D>
-using ConvertText = void (*)(const S** p, const S* end, D** o, const D* oEnd) noexcept;
+using ConvertText = void (*)(const S** p, const S* end, D** o, const D* oEnd, const S** lastOther) noexcept;
 
 // What a walker leaves free behind convertText's output: a text that the
 // kernel converts is converted the same way by the walk's fast path and the

@@ -1319,12 +1319,13 @@ struct Utf32Text {
 };
 
 // Whole vectors of units that a pair takes without any check but the unit
-// range: ASCII from UTF-8 (64 bytes), or 64 units of UTF-16 or UTF-32 that
-// are ASCII, or of the BMP without surrogates between UTF-16 and UTF-32.
-// Returns false (writing nothing) when the 64 units are not all such units,
-// or any of them is a zero unit or 0x01.
+// range: 64 units of UTF-16 or UTF-32 that are ASCII, or of the BMP without
+// surrogates between UTF-16 and UTF-32 (otherMask then marks those from
+// 0x80). Returns false (writing nothing) when the 64 units are not all such
+// units, or any of them is a zero unit or 0x01; UTF-8 takes no such step, as
+// its own steps are as wide.
 template <class S, class D>
-QEL_AVX512_SCAN inline bool wideText(const S* p, D* o) {
+QEL_AVX512_SCAN inline bool wideText(const S* p, D* o, std::uint64_t& otherMask) {
     if constexpr (sizeof(S) == 1) {
         return false;  // the step itself is as wide
     } else if constexpr (sizeof(S) == 2) {
@@ -1343,6 +1344,9 @@ QEL_AVX512_SCAN inline bool wideText(const S* p, D* o) {
             _mm512_storeu_si512(o + 16, _mm512_cvtepu16_epi32(half<1>(u0)));
             _mm512_storeu_si512(o + 32, _mm512_cvtepu16_epi32(half<0>(u1)));
             _mm512_storeu_si512(o + 48, _mm512_cvtepu16_epi32(half<1>(u1)));
+            const std::uint64_t other = _mm512_cmpge_epu16_mask(u0, b16<0x80>()) |
+                                        (static_cast<std::uint64_t>(_mm512_cmpge_epu16_mask(u1, b16<0x80>())) << 32);
+            otherMask = other;
         }
         return true;
     } else {
@@ -1368,9 +1372,24 @@ QEL_AVX512_SCAN inline bool wideText(const S* p, D* o) {
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 16), _mm512_cvtepi32_epi16(u1));
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 32), _mm512_cvtepi32_epi16(u2));
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 48), _mm512_cvtepi32_epi16(u3));
+            const V ascii = b32<0x80>();
+            const std::uint64_t other =
+                static_cast<std::uint64_t>(_mm512_cmpge_epu32_mask(u0, ascii)) |
+                (static_cast<std::uint64_t>(_mm512_cmpge_epu32_mask(u1, ascii)) << 16) |
+                (static_cast<std::uint64_t>(_mm512_cmpge_epu32_mask(u2, ascii)) << 32) |
+                (static_cast<std::uint64_t>(_mm512_cmpge_epu32_mask(u3, ascii)) << 48);
+            otherMask = other;
         }
         return true;
     }
+}
+
+// Lanes (of the first n) holding a unit from 0x80.
+template <class U>
+QEL_AVX512 inline std::uint64_t nonAsciiLanes(V v, std::size_t n) {
+    if constexpr (sizeof(U) == 1) return _mm512_movepi8_mask(v) & low64(n);
+    else if constexpr (sizeof(U) == 2) return _mm512_mask_cmpge_epu16_mask(low32(n), v, b16<0x80>());
+    else return _mm512_mask_cmpge_epu32_mask(static_cast<__mmask16>(low16(n)), v, b32<0x80>());
 }
 
 // convertText: steps over the units from p, each within p's memory page,
@@ -1379,23 +1398,37 @@ QEL_AVX512_SCAN inline bool wideText(const S* p, D* o) {
 // before the page's end, `end` and the room's limit, steps load whole
 // vectors and their sizes do not wait on the page arithmetic.
 template <class S, class D, class Step>
-QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oEnd) noexcept {
+QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oEnd, const S** lastOther) noexcept {
     constexpr std::size_t kLanes = 64 / sizeof(S);
     const S* p = *pp;
     D* o = *oo;
+    // Where the last unit taken that is not ASCII is: the step, and the mask
+    // of such units in it (worked out into a position once, at the end).
+    const S* otherStep = nullptr;
+    std::uint64_t otherMask = 0;
     bool more = !misaligned(p);
     while (more && o < oEnd) {
         const std::size_t room = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
         const S* const spanEnd = p + smaller(wholeVectors(p, end) * kLanes, room);
         while (more && static_cast<std::size_t>(spanEnd - p) >= kLanes) {
-            if (sizeof(S) > 1 && static_cast<std::size_t>(spanEnd - p) >= 64 && wideText(p, o)) {
+            std::uint64_t wideOther = 0;
+            if (sizeof(S) > 1 && static_cast<std::size_t>(spanEnd - p) >= 64 && wideText(p, o, wideOther)) {
+                if (wideOther != 0) {
+                    otherStep = p;
+                    otherMask = wideOther;
+                }
                 p += 64;
                 o += 64;
                 continue;
             }
             const V v = loadVector(p);
             if (stopLanes<S>(v, kLanes) != 0) break;
-            p += Step::take(p, v, kLanes, o, more);
+            const std::size_t took = Step::take(p, v, kLanes, o, more);
+            if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
+                otherStep = p;
+                otherMask = other;
+            }
+            p += took;
         }
         if (!more) break;
         // One masked step: up to a zero unit or 0x01, the page's end or `end`.
@@ -1418,10 +1451,16 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
             n = static_cast<std::size_t>(_tzcnt_u64(stop));
             if (n == 0) break;
         }
-        p += Step::take(p, v, n, o, more);
+        const std::size_t took = Step::take(p, v, n, o, more);
+        if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
+            otherStep = p;
+            otherMask = other;
+        }
+        p += took;
         // A step that ends before a zero unit or 0x01 ends the kernel.
         if (stop != 0 && more) more = false;
     }
+    if (otherStep != nullptr) *lastOther = otherStep + (64 - _lzcnt_u64(otherMask));
     *pp = p;
     *oo = o;
 }

@@ -335,8 +335,9 @@ TEST(SimdWalkers, Utf32ToUtf16) { compareWalkerKernels<u32, u16>(16); }
 // convertText against the per-character code: what it takes is a prefix of
 // whole characters that the fill converter converts to exactly the units
 // written, with nothing written beyond them, no zero unit or 0x01 and nothing
-// past `end` taken, and the output end respected; on well-formed text with
-// room to spare it takes everything up to the first zero unit or 0x01.
+// past `end` taken, and the output end respected; it reports where the last
+// unit from 0x80 that it took ends; on well-formed text with room to spare
+// it takes everything up to the first zero unit or 0x01.
 template <class P>
 void compareTextKernel(unsigned seed) {
     using S = core::SrcOf<P>;
@@ -368,8 +369,13 @@ void compareTextKernel(unsigned seed) {
                         std::vector<D> out(room + 1, static_cast<D>(0x5A));
                         const S* p = begin;
                         D* o = out.data();
-                        kernel(&p, end, &o, out.data() + room);
+                        const S* lastOther = nullptr;
+                        kernel(&p, end, &o, out.data() + room, &lastOther);
                         const std::size_t taken = static_cast<std::size_t>(p - begin);
+                        const S* expectOther = nullptr;
+                        for (const S* u = begin; u != p; ++u)
+                            if (static_cast<u32>(*u) >= 0x80) expectOther = u + 1;
+                        ASSERT_EQ(lastOther, expectOther) << isaName(k->isa) << ": where the last non-ASCII unit ends";
                         const std::size_t written = static_cast<std::size_t>(o - out.data());
                         const std::size_t limit = end == nullptr ? stop : std::min(stop, static_cast<std::size_t>(end - begin));
                         ASSERT_LE(taken, limit) << isaName(k->isa);
@@ -432,7 +438,8 @@ void walkToPageEnd() {
                 std::vector<D> wide(4 * n);  // room for the worst case
                 p = begin + from;
                 o = wide.data();
-                text(&p, nullptr, &o, wide.data() + wide.size());
+                const S* lastOther = nullptr;
+                text(&p, nullptr, &o, wide.data() + wide.size(), &lastOther);
                 ASSERT_EQ(p, pageEnd - 1) << isaName(k->isa);
             }
         }
