@@ -13,18 +13,23 @@ namespace {
 // The table of a build or CPU without vector code: every kernel absent.
 const Kernels kScalar{};
 
+// Whether the CPU has every feature that a set's kernels use. The features
+// are tested together (bitwise, not one after another): the answer is one
+// fact about the machine, not a chain of decisions. Each test is made a bool
+// first: GCC answers with the feature's own bit, so two answers may share no
+// bit at all.
+inline bool has(int answer) noexcept { return answer != 0; }
+
 bool cpuHas(Isa isa) noexcept {
 #if defined(__x86_64__) && !defined(QELUTF_SCALAR)
     switch (isa) {
-    case Isa::Scalar: return true;
-    case Isa::Sse2: return true;  // part of x86-64
-    case Isa::Avx2: return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2");
+    case Isa::Avx2: return has(__builtin_cpu_supports("avx2")) & has(__builtin_cpu_supports("bmi2"));
     case Isa::Avx512:
-        return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-               __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi") &&
-               __builtin_cpu_supports("avx512vbmi2") && __builtin_cpu_supports("bmi2");
+        return has(__builtin_cpu_supports("avx512f")) & has(__builtin_cpu_supports("avx512bw")) &
+               has(__builtin_cpu_supports("avx512vl")) & has(__builtin_cpu_supports("avx512vbmi")) &
+               has(__builtin_cpu_supports("avx512vbmi2")) & has(__builtin_cpu_supports("bmi2"));
+    default: return true;  // Scalar, and SSE2, which is part of x86-64
     }
-    return false;
 #else
     return isa == Isa::Scalar;
 #endif
