@@ -54,7 +54,11 @@ inline bool takeText(simd::ConvertText<typename P::Src, typename P::Dst> kernel,
     // plain are those from 0x80: it reports where the last of them ends.
     const Src* charEnd = nullptr;
     kernel(&read, inEnd, &w, limit - simd::kTextMargin, &charEnd);
-    if (charEnd == nullptr) return false;
+    // Nothing to give back when the kernel took plain units only, or when it
+    // took the text to its end: the run would have ended there with room to
+    // spare and a success value, and the walk ends with it. (A run that meets
+    // 0x01 may go on past it, when no sequence starts there.)
+    if (charEnd == nullptr || read == inEnd || *read == 0) return false;
     // The last character that is not plain, and its size in the target.
     const Src* start = charEnd - 1;
     if constexpr (sizeof(Src) == 1) {

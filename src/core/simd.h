@@ -92,7 +92,7 @@ using ConvertText = void (*)(const S** p, const S* end, D** o, const D* oEnd, co
 // kernel converts is converted the same way by the walk's fast path and the
 // cores, as long as none of them comes near the end of the output, where
 // their rules on room and on the terminator differ.
-constexpr std::ptrdiff_t kTextMargin = 2;
+constexpr std::ptrdiff_t kTextMargin = 1;
 
 struct Kernels {
     Isa isa = Isa::Scalar;

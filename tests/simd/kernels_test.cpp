@@ -46,6 +46,27 @@ const char* isaName(simd::Isa isa) {
     return "?";
 }
 
+// The process uses the widest set that the CPU has; on x86-64 every set
+// whose features the CPU reports is there (a build without vector kernels
+// has none).
+TEST(SimdDispatch, ChoosesTheWidestSetTheCpuHas) {
+#if defined(__x86_64__) && !defined(QELUTF_SCALAR)
+    auto has = [](int answer) { return answer != 0; };
+    __builtin_cpu_init();
+    const bool avx2 = has(__builtin_cpu_supports("avx2")) && has(__builtin_cpu_supports("bmi2"));
+    const bool avx512 = has(__builtin_cpu_supports("avx512f")) && has(__builtin_cpu_supports("avx512bw")) &&
+                        has(__builtin_cpu_supports("avx512vl")) && has(__builtin_cpu_supports("avx512vbmi")) &&
+                        has(__builtin_cpu_supports("avx512vbmi2")) && has(__builtin_cpu_supports("bmi2"));
+    EXPECT_NE(simd::forIsa(simd::Isa::Sse2), nullptr);
+    EXPECT_EQ(simd::forIsa(simd::Isa::Avx2) != nullptr, avx2);
+    EXPECT_EQ(simd::forIsa(simd::Isa::Avx512) != nullptr, avx512);
+    EXPECT_EQ(simd::active().isa, avx512 ? simd::Isa::Avx512 : avx2 ? simd::Isa::Avx2 : simd::Isa::Sse2);
+#else
+    EXPECT_EQ(simd::active().isa, simd::Isa::Scalar);
+    EXPECT_EQ(simd::forIsa(simd::Isa::Avx2), nullptr);
+#endif
+}
+
 // ---- generated text --------------------------------------------------------------
 
 // Text flavours: how often each size of character comes up.
