@@ -46,8 +46,9 @@ constexpr bool isPlainUnit(U u) noexcept {
 // back as described; it returns whether the walk now stands before such a
 // run (false: the kernel took plain units only, or nothing).
 template <class P>
-inline bool takeText(simd::ConvertText<typename P::Src, typename P::Dst> kernel, const typename P::Src*& read,
-                     const typename P::Src* inEnd, typename P::Dst*& w, const typename P::Dst* limit) noexcept {
+QEL_CALLS_KERNELS inline bool takeText(simd::ConvertText<typename P::Src, typename P::Dst> kernel,
+                                         const typename P::Src*& read, const typename P::Src* inEnd,
+                                         typename P::Dst*& w, const typename P::Dst* limit) noexcept {
     using Src = typename P::Src;
     if (kernel == nullptr || limit - w <= simd::kTextMargin) return false;
     // The kernel takes no zero unit and no 0x01, so the units that are not

@@ -15,19 +15,19 @@ const Kernels kScalar{};
 
 // Whether the CPU has every feature that a set's kernels use. The features
 // are tested together (bitwise, not one after another): the answer is one
-// fact about the machine, not a chain of decisions. Each test is made a bool
+// fact about the machine, not a chain of decisions. Each test is made 0 or 1
 // first: GCC answers with the feature's own bit, so two answers may share no
 // bit at all.
-inline bool has(int answer) noexcept { return answer != 0; }
+inline unsigned has(int answer) noexcept { return answer != 0 ? 1u : 0u; }
 
 bool cpuHas(Isa isa) noexcept {
 #if defined(__x86_64__) && !defined(QELUTF_SCALAR)
     switch (isa) {
-    case Isa::Avx2: return has(__builtin_cpu_supports("avx2")) & has(__builtin_cpu_supports("bmi2"));
+    case Isa::Avx2: return (has(__builtin_cpu_supports("avx2")) & has(__builtin_cpu_supports("bmi2"))) != 0;
     case Isa::Avx512:
-        return has(__builtin_cpu_supports("avx512f")) & has(__builtin_cpu_supports("avx512bw")) &
-               has(__builtin_cpu_supports("avx512vl")) & has(__builtin_cpu_supports("avx512vbmi")) &
-               has(__builtin_cpu_supports("avx512vbmi2")) & has(__builtin_cpu_supports("bmi2"));
+        return (has(__builtin_cpu_supports("avx512f")) & has(__builtin_cpu_supports("avx512bw")) &
+                has(__builtin_cpu_supports("avx512vl")) & has(__builtin_cpu_supports("avx512vbmi")) &
+                has(__builtin_cpu_supports("avx512vbmi2")) & has(__builtin_cpu_supports("bmi2"))) != 0;
     default: return true;  // Scalar, and SSE2, which is part of x86-64
     }
 #else
