@@ -1465,7 +1465,7 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
     *oo = o;
 }
 
-Kernels makeKernels() {
+constexpr Kernels makeKernels() {
     Kernels k;
     k.isa = Isa::Avx512;
     k.u8u16 = {&utf8Convert<true>, &utf8Measure<true>};
@@ -1492,12 +1492,12 @@ Kernels makeKernels() {
     return k;
 }
 
+// Built by the compiler: nothing runs to set it up.
+constexpr Kernels kTable = makeKernels();
+
 }  // namespace
 
-const Kernels* avx512Kernels() noexcept {
-    static const Kernels table = makeKernels();
-    return &table;
-}
+const Kernels* avx512Kernels() noexcept { return &kTable; }
 
 }  // namespace simd
 }  // namespace qel
