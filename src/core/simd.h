@@ -1,6 +1,6 @@
-// Vectorised building blocks of the cores and the walkers, chosen once per
-// process for the CPU it runs on: AVX-512 (BW, VBMI, VBMI2), AVX2 or SSE2 on
-// x86-64, none elsewhere or in a QELUTF_SCALAR build. A kernel that is not
+// Vectorised building blocks of the cores and the walkers, chosen when the
+// library is loaded, for the CPU it runs on: AVX-512 (BW, VBMI, VBMI2), AVX2
+// or SSE2 on x86-64, none elsewhere or in a QELUTF_SCALAR build. A kernel that is not
 // there is a null pointer and its caller runs its own per-unit code, which is
 // what every kernel must agree with exactly.
 //
@@ -119,15 +119,11 @@ struct Kernels {
     ConvertText<u32, u16> text32to16 = nullptr;
 };
 
-// The kernels for this CPU; callers go through active().
-const Kernels& chooseKernels() noexcept;
-
-// The kernels this process uses, chosen on first use from the CPU's features
-// and never changed afterwards.
-inline const Kernels& active() noexcept {
-    static const Kernels& chosen = chooseKernels();
-    return chosen;
-}
+// The kernels this process uses: the widest set that both the build and the
+// CPU have. On x86-64 the dynamic loader makes the choice once, while it
+// loads the library (an indirect function whose resolver reads the CPU's
+// features), so nothing is decided or stored at run time.
+const Kernels& active() noexcept;
 
 // The kernels of one instruction set, or null when this build or CPU lacks
 // it (for tests that compare every set with the per-unit code).
