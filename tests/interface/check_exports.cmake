@@ -1,8 +1,12 @@
 cmake_minimum_required(VERSION 3.25)
 # Compares the defined dynamic symbols of LIB with the union of the name lists
 # in EXPECTED_DIR (one name per line, C++ names demangled), and checks that the
-# provider functions are imported.
-execute_process(COMMAND nm -D --defined-only -C ${LIB}
+# provider functions are imported. NM is the binutils nm for the library's
+# target (plain nm unless given).
+if(NOT NM)
+  set(NM nm)
+endif()
+execute_process(COMMAND ${NM} -D --defined-only -C ${LIB}
   OUTPUT_VARIABLE defined RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "nm failed on ${LIB}")
@@ -57,7 +61,7 @@ foreach(fn qelStrAlloc qelStrReAlloc qelStrFree)
     message(FATAL_ERROR "${fn} is defined by ${LIB}; it must come from the provider")
   endif()
 endforeach()
-execute_process(COMMAND nm -D --undefined-only ${LIB} OUTPUT_VARIABLE undefined)
+execute_process(COMMAND ${NM} -D --undefined-only ${LIB} OUTPUT_VARIABLE undefined)
 set(imports "")
 if(EXISTS ${EXPECTED_DIR}/../imports.txt)
   file(STRINGS ${EXPECTED_DIR}/../imports.txt imports)
