@@ -58,10 +58,6 @@ alignas(64) constexpr unsigned short kInterleaveLow16[32] = {
 alignas(64) constexpr unsigned short kInterleaveHigh16[32] = {16, 48, 17, 49, 18, 50, 19, 51, 20, 52, 21,
                                                              53, 22, 54, 23, 55, 24, 56, 25, 57, 26, 58,
                                                              27, 59, 28, 60, 29, 61, 30, 62, 31, 63};
-alignas(64) constexpr unsigned short kNext16[32] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11,
-                                                    12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22,
-                                                    23, 24, 25, 26, 27, 28, 29, 30, 31, 31};
-
 constexpr std::uint64_t kEvenBits64 = 0x5555555555555555ull;
 constexpr std::uint64_t kOddBits64 = 0xAAAAAAAAAAAAAAAAull;
 constexpr std::uint64_t kFirstOfFour64 = 0x1111111111111111ull;
@@ -631,30 +627,31 @@ QEL_AVX512 inline Utf16Block checkUtf16(V units, std::size_t n) {
     return {taken, high, low};
 }
 
-// The sizes in UTF-8 of the last character in `slow` (non-ASCII units
-// taken), if any: a surrogate pair when that unit is a low surrogate, three
-// bytes when it is in `big` (from 0x800).
-inline void lastUtf16Char(std::uint32_t slow, std::uint32_t big, std::uint32_t low, SlowChar* last) {
-    if (slow == 0) return;
-    const unsigned k = 31u - static_cast<unsigned>(__builtin_clz(slow));
-    if ((low >> k) & 1u) {
-        last->len = 2;
-        last->size = 4;
-    } else {
-        last->len = 1;
-        last->size = ((big >> k) & 1u) ? 3 : 2;
+// The last step of a UTF-16 kernel that took a unit from 0x80, kept as
+// masks and worked out into the sizes in UTF-8 of its last such character
+// once, when the kernel ends: a surrogate pair when that unit is a low
+// surrogate, three bytes when it is in `big` (from 0x800).
+struct Utf16Seen {
+    std::uint32_t slow = 0, big = 0, low = 0;
+    void note(std::uint32_t s, std::uint32_t b, std::uint32_t l) {
+        if (s != 0) {
+            slow = s;
+            big = b;
+            low = l;
+        }
     }
-}
-
-// Code points of units 16G..16G+15, a surrogate pair on its high lane.
-template <unsigned g>
-QEL_AVX512 inline V combineUtf16(V units, V next, std::uint32_t high) {
-    const V u = _mm512_cvtepu16_epi32(half<g>(units));
-    const V nx = _mm512_cvtepu16_epi32(half<g>(next));
-    // (u - 0xD800) * 0x400 + (nx - 0xDC00) + 0x10000
-    const V pair = _mm512_sub_epi32(_mm512_add_epi32(_mm512_slli_epi32(u, 10), nx), b32<0x35FDC00u>());
-    return _mm512_mask_mov_epi32(u, static_cast<__mmask16>(high >> (16 * g)), pair);
-}
+    void report(SlowChar* last) const {
+        if (slow == 0) return;
+        const unsigned k = 31u - static_cast<unsigned>(__builtin_clz(slow));
+        if ((low >> k) & 1u) {
+            last->len = 2;
+            last->size = 4;
+        } else {
+            last->len = 1;
+            last->size = ((big >> k) & 1u) ? 3 : 2;
+        }
+    }
+};
 
 // Writes the units in `take` (whole characters; surrogate pairs with their
 // high half in `high` and low half in `low`, `following` the unit after each)
@@ -708,7 +705,7 @@ QEL_AVX512 inline unsigned storeUtf16AsUtf8(V u, V following, std::uint32_t take
 // checkUtf16) as UTF-8 and notes the last non-ASCII character; returns the
 // bytes written.
 QEL_AVX512 inline unsigned emitUtf16ToUtf8(V units, V following, const Utf16Block& blk, unsigned taken, char* o,
-                                           SlowChar* last) {
+                                           Utf16Seen& seen) {
     const std::uint32_t take = low32(taken);
     const std::uint32_t slow = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x80>());
     const std::uint32_t big = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x800>());
@@ -728,23 +725,26 @@ QEL_AVX512 inline unsigned emitUtf16ToUtf8(V units, V following, const Utf16Bloc
     } else {
         written = storeUtf16AsUtf8(units, following, take, blk.high, blk.low, o);
     }
-    lastUtf16Char(slow, big, blk.low, last);
+    seen.note(slow, big, blk.low);
     return written;
 }
 
 // The bytes that the first `taken` units of a step make in UTF-8.
-QEL_AVX512 inline unsigned countUtf16ToUtf8(V units, const Utf16Block& blk, unsigned taken, SlowChar* last) {
+QEL_AVX512 inline unsigned countUtf16ToUtf8(V units, const Utf16Block& blk, unsigned taken, Utf16Seen& seen) {
     const std::uint32_t take = low32(taken);
     const std::uint32_t slow = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x80>());
     const std::uint32_t big = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x800>()) & ~(blk.high | blk.low);
-    lastUtf16Char(slow, big, blk.low, last);
+    seen.note(slow, big, blk.low);
     // One byte per unit, one more from 0x80, one more again for a three-byte
     // unit; a surrogate pair makes 2 + 2.
     return taken + static_cast<unsigned>(_mm_popcnt_u32(slow)) + static_cast<unsigned>(_mm_popcnt_u32(big));
 }
 
 // Writes the first `taken` units of a step as UTF-32; returns the units
-// written.
+// written. A surrogate pair's code point is built on its high half in two
+// 16-bit lanes: its low 16 bits from the high half's low six bits and the low
+// half's ten, and bits 16..20 from the high half's bits 6..9 plus one. The
+// two are interleaved into 32-bit lanes, and the lanes of low halves left out.
 QEL_AVX512 inline unsigned emitUtf16ToUtf32(V units, V following, const Utf16Block& blk, unsigned taken, u32* o) {
     const std::uint32_t take = low32(taken);
     if (blk.high == 0 && blk.low == 0) {
@@ -752,33 +752,59 @@ QEL_AVX512 inline unsigned emitUtf16ToUtf32(V units, V following, const Utf16Blo
         _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(take >> 16), _mm512_cvtepu16_epi32(half<1>(units)));
         return taken;
     }
+    const V bits0to15 = _mm512_mask_mov_epi16(
+        units, blk.high,
+        _mm512_or_si512(_mm512_slli_epi16(_mm512_and_si512(units, b16<0x3F>()), 10),
+                        _mm512_and_si512(following, b16<0x3FF>())));
+    const V bits16to20 = _mm512_maskz_add_epi16(blk.high, _mm512_and_si512(_mm512_srli_epi16(units, 6), b16<0xF>()), b16<1>());
+    const V w0 = _mm512_permutex2var_epi16(bits0to15, _mm512_load_si512(kInterleaveLow16), bits16to20);
+    const V w1 = _mm512_permutex2var_epi16(bits0to15, _mm512_load_si512(kInterleaveHigh16), bits16to20);
     const std::uint32_t lanes = take & ~blk.low;
     const __mmask16 lanes0 = static_cast<__mmask16>(lanes), lanes1 = static_cast<__mmask16>(lanes >> 16);
     const unsigned c0 = static_cast<unsigned>(_mm_popcnt_u32(lanes0));
     const unsigned c1 = static_cast<unsigned>(_mm_popcnt_u32(lanes1));
-    _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(c0)),
-                             _mm512_maskz_compress_epi32(lanes0, combineUtf16<0>(units, following, blk.high)));
-    _mm512_mask_storeu_epi32(o + c0, static_cast<__mmask16>(low16(c1)),
-                             _mm512_maskz_compress_epi32(lanes1, combineUtf16<1>(units, following, blk.high)));
+    _mm512_mask_storeu_epi32(o, static_cast<__mmask16>(low16(c0)), _mm512_maskz_compress_epi32(lanes0, w0));
+    _mm512_mask_storeu_epi32(o + c0, static_cast<__mmask16>(low16(c1)), _mm512_maskz_compress_epi32(lanes1, w1));
     return c0 + c1;
 }
 
-// The loop of the UTF-16 kernels. Steps of 32 units advance by their full
-// size whenever they take it, so that the next step does not wait on the
-// checks; a step that stops early stops the kernel, unless all it left was
-// a high surrogate whose low half lies beyond the step.
+// Writes the first `taken` units of a step as UTF-8 or UTF-32.
+template <class D>
+QEL_AVX512 inline unsigned emitUtf16(V units, V following, const Utf16Block& blk, unsigned taken, D* o,
+                                     Utf16Seen& seen) {
+    if constexpr (sizeof(D) == 1) {
+        return emitUtf16ToUtf8(units, following, blk, taken, o, seen);
+    } else {
+        return emitUtf16ToUtf32(units, following, blk, taken, o);
+    }
+}
+
+// The size of a step over up to n units at p: a high surrogate in its last
+// lane waits for the next step, with its low half. Known from one load and
+// not from the step's checks, so that the next step need not wait on them.
+inline std::size_t utf16StepSize(const u16* p, std::size_t n) {
+    return n == 0 ? 0 : n - ((p[n - 1] & 0xFC00u) == 0xD800u ? 1 : 0);
+}
+
+// The loop of the UTF-16 kernels. A step's size is known from one load
+// before its checks (a high surrogate in its last lane waits for the next
+// step, with its low half), so that steps follow each other without waiting
+// on the checks; a step that takes less than its size ends the kernel.
 template <class D, bool kMeasure, unsigned kPerUnit>
 QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D* outEnd, unsigned int* count,
                                  SlowChar* last) {
     const u16* p = *pp;
     D* o = kMeasure ? nullptr : *oo;
     const u16* limit = p;
+    // A wide step that finds more than one kind of unit is not tried again
+    // for the next 64 units.
+    const u16* wideFrom = p;
     unsigned int total = kMeasure ? *count : 0;
-    const V next = _mm512_load_si512(kNext16);
+    Utf16Seen seen;
     for (;;) {
         if (!kMeasure && p == limit) limit = inputLimit(p, end, o, outEnd, kPerUnit);
         const std::size_t ahead = kMeasure ? static_cast<std::size_t>(end - p) - 1 : static_cast<std::size_t>(limit - p);
-        if (ahead >= 64) {
+        if (ahead >= 64 && p >= wideFrom) {
             // A wide step over 64 units of one kind: ASCII into UTF-8, or no
             // surrogate into UTF-32.
             const V u0 = _mm512_loadu_si512(p);
@@ -808,33 +834,30 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
                 p += 64;
                 continue;
             }
+            wideFrom = p + 64;
         }
-        const std::size_t n = smaller(32, ahead);
+        const std::size_t n = utf16StepSize(p, smaller(32, ahead));
         if (n == 0) break;
         const V units = _mm512_maskz_loadu_epi16(low32(n), p);
         const Utf16Block blk = checkUtf16(units, n);
         const unsigned taken = blk.taken;
         if constexpr (kMeasure) {
             if constexpr (sizeof(D) == 1) {
-                total += countUtf16ToUtf8(units, blk, taken, last);
+                total += countUtf16ToUtf8(units, blk, taken, seen);
             } else {
                 total += taken - static_cast<unsigned>(_mm_popcnt_u32(blk.low & low32(taken)));
             }
         } else {
-            const V following = _mm512_permutexvar_epi16(next, units);
-            if constexpr (sizeof(D) == 1) {
-                o += emitUtf16ToUtf8(units, following, blk, taken, o, last);
-            } else {
-                o += emitUtf16ToUtf32(units, following, blk, taken, o);
-            }
+            // The unit after each lane: p + n lies before the limit.
+            o += emitUtf16(units, _mm512_maskz_loadu_epi16(low32(n), p + 1), blk, taken, o, seen);
         }
         if (taken != n) {
             p += taken;
-            if (taken == 0 || taken + 1 < n) break;
-            continue;
+            break;
         }
         p += n;
     }
+    seen.report(last);
     *pp = p;
     if constexpr (kMeasure) {
         *count = total;
@@ -994,7 +1017,9 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
                 } else if constexpr (sizeof(D) == 1) {
                     o += storeUtf16AsUtf8(units16, units16, ~0u, 0, 0, reinterpret_cast<char*>(o));
                 }
-                lastUtf16Char(slow, big, 0, last);
+                Utf16Seen seen;
+                seen.note(slow, big, 0);
+                seen.report(last);
                 p += 32;
                 continue;
             }
@@ -1275,28 +1300,22 @@ struct Utf8Text {
 template <class D>
 struct Utf16Text {
     static constexpr std::size_t kPerUnit = sizeof(D) == 1 ? 3 : 1;
-    QEL_AVX512 static std::size_t take(const u16* /*p*/, V units, std::size_t n, D*& o, bool& more) {
-        const Utf16Block blk = checkUtf16(units, n);
-        const V following = _mm512_permutexvar_epi16(_mm512_load_si512(kNext16), units);
-        SlowChar ignored;
+    QEL_AVX512 static std::size_t take(const u16* p, V units, std::size_t n, D*& o, bool& more) {
+        const std::size_t size = utf16StepSize(p, n);
+        const Utf16Block blk = checkUtf16(units, size);
+        // The unit after each lane but the last (which waits, when it is a
+        // high surrogate, for the next step).
+        const V following = _mm512_maskz_loadu_epi16(low32(n) >> 1, p + 1);
+        Utf16Seen ignored;
         more = true;
-        if (blk.taken == n) {
+        if (size != 0 && blk.taken == size) {
             // The usual case, apart so that the step's size does not wait on
             // the checks.
-            if constexpr (sizeof(D) == 1) {
-                o += emitUtf16ToUtf8(units, following, blk, static_cast<unsigned>(n), o, &ignored);
-            } else {
-                o += emitUtf16ToUtf32(units, following, blk, static_cast<unsigned>(n), o);
-            }
-            return n;
+            o += emitUtf16(units, following, blk, static_cast<unsigned>(size), o, ignored);
+            return size;
         }
-        if constexpr (sizeof(D) == 1) {
-            o += emitUtf16ToUtf8(units, following, blk, blk.taken, o, &ignored);
-        } else {
-            o += emitUtf16ToUtf32(units, following, blk, blk.taken, o);
-        }
-        // A high surrogate at the step's end waits for the next step.
-        more = blk.taken != 0 && blk.taken + 1 == n;
+        o += emitUtf16(units, following, blk, blk.taken, o, ignored);
+        more = false;
         return blk.taken;
     }
 };
@@ -1407,19 +1426,24 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
     const S* otherStep = nullptr;
     std::uint64_t otherMask = 0;
     bool more = !misaligned(p);
+    // A wide step that finds other units is not tried again for 64 units.
+    const S* wideFrom = p;
     while (more && o < oEnd) {
         const std::size_t room = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
         const S* const spanEnd = p + smaller(wholeVectors(p, end) * kLanes, room);
         while (more && static_cast<std::size_t>(spanEnd - p) >= kLanes) {
             std::uint64_t wideOther = 0;
-            if (sizeof(S) > 1 && static_cast<std::size_t>(spanEnd - p) >= 64 && wideText(p, o, wideOther)) {
-                if (wideOther != 0) {
-                    otherStep = p;
-                    otherMask = wideOther;
+            if (sizeof(S) > 1 && p >= wideFrom && static_cast<std::size_t>(spanEnd - p) >= 64) {
+                if (wideText(p, o, wideOther)) {
+                    if (wideOther != 0) {
+                        otherStep = p;
+                        otherMask = wideOther;
+                    }
+                    p += 64;
+                    o += 64;
+                    continue;
                 }
-                p += 64;
-                o += 64;
-                continue;
+                wideFrom = p + 64;
             }
             const V v = loadVector(p);
             if (stopLanes<S>(v, kLanes) != 0) break;
