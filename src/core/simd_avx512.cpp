@@ -58,6 +58,18 @@ alignas(64) constexpr unsigned short kInterleaveLow16[32] = {
 alignas(64) constexpr unsigned short kInterleaveHigh16[32] = {16, 48, 17, 49, 18, 50, 19, 51, 20, 52, 21,
                                                              53, 22, 54, 23, 55, 24, 56, 25, 57, 26, 58,
                                                              27, 59, 28, 60, 29, 61, 30, 62, 31, 63};
+// Byte indices into two vectors a and b of 32 16-bit lanes that put, for
+// lane k, bytes 2k and 2k + 1 of a and byte 2k of b one after another (96
+// bytes in two vectors).
+alignas(64) constexpr unsigned char kThreeBytes[128] = {
+    0, 1, 64, 2, 3, 66, 4, 5, 68, 6, 7, 70, 8, 9, 72, 10,
+    11, 74, 12, 13, 76, 14, 15, 78, 16, 17, 80, 18, 19, 82, 20, 21,
+    84, 22, 23, 86, 24, 25, 88, 26, 27, 90, 28, 29, 92, 30, 31, 94,
+    32, 33, 96, 34, 35, 98, 36, 37, 100, 38, 39, 102, 40, 41, 104, 42,
+    43, 106, 44, 45, 108, 46, 47, 110, 48, 49, 112, 50, 51, 114, 52, 53,
+    116, 54, 55, 118, 56, 57, 120, 58, 59, 122, 60, 61, 124, 62, 63, 126,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
 constexpr std::uint64_t kEvenBits64 = 0x5555555555555555ull;
 constexpr std::uint64_t kOddBits64 = 0xAAAAAAAAAAAAAAAAull;
 constexpr std::uint64_t kFirstOfFour64 = 0x1111111111111111ull;
@@ -701,6 +713,25 @@ QEL_AVX512 inline unsigned storeUtf16AsUtf8(V u, V following, std::uint32_t take
     return c0 + c1;
 }
 
+// Writes `taken` units (1..32) from 0x800 that are no surrogates as their
+// three-byte forms: the first two bytes of each built in one 16-bit lane and
+// the third in another, then put in order by one fixed byte permutation per
+// 64 bytes written.
+QEL_AVX512 inline unsigned storeThreeByteForms(V u, unsigned taken, char* o) {
+    const V low6 = b16<0x3F>(), cont = b16<0x80>();
+    const V first = _mm512_or_si512(
+        _mm512_or_si512(_mm512_srli_epi16(u, 12), b16<0xE0>()),
+        _mm512_slli_epi16(_mm512_or_si512(_mm512_and_si512(_mm512_srli_epi16(u, 6), low6), cont), 8));
+    const V third = _mm512_or_si512(_mm512_and_si512(u, low6), cont);
+    const unsigned bytes = 3 * taken;
+    _mm512_mask_storeu_epi8(o, low64(bytes),
+                            _mm512_permutex2var_epi8(first, _mm512_load_si512(kThreeBytes), third));
+    if (bytes > 64)
+        _mm512_mask_storeu_epi8(o + 64, low64(bytes - 64),
+                                _mm512_permutex2var_epi8(first, _mm512_load_si512(kThreeBytes + 64), third));
+    return bytes;
+}
+
 // Writes the first `taken` units of a step (with surrogate masks from
 // checkUtf16) as UTF-8 and notes the last non-ASCII character; returns the
 // bytes written.
@@ -722,6 +753,8 @@ QEL_AVX512 inline unsigned emitUtf16ToUtf8(V units, V following, const Utf16Bloc
         const std::uint64_t keep = _pdep_u64(take, kEvenBits64) | _pdep_u64(slow, kOddBits64);
         written = static_cast<unsigned>(_mm_popcnt_u64(keep));
         _mm512_mask_storeu_epi8(o, low64(written), _mm512_maskz_compress_epi8(keep, w));
+    } else if (big == take && (blk.high | blk.low) == 0) {
+        written = storeThreeByteForms(units, taken, o);
     } else {
         written = storeUtf16AsUtf8(units, following, take, blk.high, blk.low, o);
     }
