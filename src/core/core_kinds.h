@@ -19,7 +19,6 @@
 //   kSafeStepsBackByResult  how the safe converter moves its input cursor
 //                     back when it withdraws a character
 //   kAllocStart       the allocating core's result before any character
-//   kSplitsAcrossChunks  whether a character may straddle two chunks
 //
 // Every kind writes its cursors back on every return, judges a character's
 // validity before asking whether it fits, and leaves the input cursor on the
@@ -88,13 +87,11 @@ constexpr bool reports(Reports rule, bool fast) noexcept {
     return rule == Reports::EveryChar || (rule == Reports::SlowChars && !fast);
 }
 
-// What a pair policy starts from: its decoder and encoder. A character can be
-// split across two chunks only where it may need more than one target unit.
+// What a pair policy starts from: its decoder and encoder.
 template <class Src, class Dst>
 struct PairPolicy {
     using Source = Src;
     using Target = Dst;
-    static constexpr bool kSplitsAcrossChunks = Dst::kMaxUnits > 1;
     static constexpr Reports kMeasureReports = Reports::SlowChars;
     static constexpr Reports kSafeReports = Reports::EveryChar;
     static constexpr bool kSafeStepsBackByResult = false;
@@ -292,16 +289,18 @@ int convertSafe(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, con
     return result;
 }
 
-// Converts into [*out, outEnd) and may fill it: a full output ends the call
-// with success even when input remains (the caller compares *in with inEnd).
-template <class P, class B = Bulk<P>>
-int convertFill(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, const SrcOf<P>* inEnd,
-                B bulk = B()) noexcept {
-    DstOf<P>* o = *out;
-    const SrcOf<P>* p = *in;
-    int result = 0;
-    while (p != inEnd && o != outEnd) {
-        bulk.convert(p, inEnd, o, outEnd, result, true);
+// The loop of the fill and the allocating kinds: converts from p into
+// [o, oe) until the input ends or `room` ends the call. Where the room is
+// used up, `room.next` moves on (the allocating kind takes the next chunk) or
+// ends the call with the result as it stands; a character longer than the
+// room left goes to `room.split`, which writes it across the end (the
+// allocating kind) or ends the call (the fill kind).
+template <class P, class Room, class B>
+int fillLoop(Room& room, DstOf<P>*& o, const DstOf<P>*& oe, const SrcOf<P>*& p, const SrcOf<P>* inEnd, int result,
+             B& bulk) noexcept {
+    while (p != inEnd) {
+        if (o == oe && !room.next(o, oe, result)) break;
+        bulk.convert(p, inEnd, o, oe, result, true);
         const u32 unit = *p;
         if (unit < P::kFastBelow) {
             *o++ = static_cast<DstOf<P>>(unit);
@@ -315,72 +314,8 @@ int convertFill(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, con
             break;
         }
         const int size = P::Target::size(cp);
-        if (size > outEnd - o) {
-            result = kNoRoom;
-            break;
-        }
-        P::Target::encode(cp, o);
-        o += size;
-        p += len;
-        result = P::measure(len, size);
-    }
-    *out = o;
-    *in = p;
-    return result;
-}
-
-// Converts the whole run into the chunks of buf, filling each to its last
-// unit. *out and *outEnd are the cursor into, and the end of, the current
-// chunk. A move to the next chunk happens only when input remains; when no
-// chunk can be had the result is kNoMemory with *in, *out and *outEnd as
-// before the move, while the buffer stands on the empty slot.
-template <class P, class B = Bulk<P>>
-int convertAlloc(qelChrXBuf<DstOf<P>>* buf, DstOf<P>** out, const DstOf<P>** outEnd, const SrcOf<P>** in,
-                 const SrcOf<P>* inEnd, B bulk = B()) noexcept {
-    using D = DstOf<P>;
-    D* o = *out;
-    const D* oe = *outEnd;
-    const SrcOf<P>* p = *in;
-    int result = P::kAllocStart;
-    while (p != inEnd) {
-        if (o == oe) {
-            D* const chunk = buf->nextChunk();
-            if (chunk == nullptr) {
-                result = kNoMemory;
-                break;
-            }
-            o = chunk;
-            oe = chunk + buf->curCapacity;
-        }
-        bulk.convert(p, inEnd, o, oe, result, true);
-        const u32 unit = *p;
-        if (unit < P::kFastBelow) {
-            *o++ = static_cast<D>(unit);
-            ++p;
-            continue;
-        }
-        u32 cp;
-        const int len = P::Source::decode(p, inEnd, cp);
-        if (len < 0) {
-            result = kIllFormed;
-            break;
-        }
-        const int size = P::Target::size(cp);
-        if (P::kSplitsAcrossChunks && size > oe - o) {
-            // The character ends this chunk with its first units and begins
-            // the next one with the rest.
-            D* const chunk = buf->nextChunk();
-            if (chunk == nullptr) {
-                result = kNoMemory;
-                break;
-            }
-            D scratch[P::Target::kMaxUnits];
-            P::Target::encode(cp, scratch);
-            int i = 0;
-            while (o != oe) *o++ = scratch[i++];
-            o = chunk;
-            oe = chunk + buf->curCapacity;
-            while (i < size) *o++ = scratch[i++];
+        if (size > oe - o) {
+            if (!room.split(cp, size, o, oe, result)) break;
         } else {
             P::Target::encode(cp, o);
             o += size;
@@ -388,6 +323,82 @@ int convertAlloc(qelChrXBuf<DstOf<P>>* buf, DstOf<P>** out, const DstOf<P>** out
         p += len;
         result = P::measure(len, size);
     }
+    return result;
+}
+
+// The fill kind's room: the caller's output, which ends the call.
+template <class P>
+struct EndOfOutput {
+    bool next(DstOf<P>*&, const DstOf<P>*&, int&) noexcept { return false; }
+    bool split(u32, int, DstOf<P>*&, const DstOf<P>*&, int& result) noexcept {
+        result = kNoRoom;
+        return false;
+    }
+};
+
+// The allocating kind's room: the chunks of a qelChrXBuf, filled to their
+// last unit. When no chunk can be had the result is kNoMemory with the
+// cursors as before the move, while the buffer stands on the empty slot.
+template <class P>
+struct Chunks {
+    using D = DstOf<P>;
+    qelChrXBuf<D>* buf;
+
+    bool next(D*& o, const D*& oe, int& result) noexcept {
+        D* const chunk = buf->nextChunk();
+        if (chunk == nullptr) {
+            result = kNoMemory;
+            return false;
+        }
+        o = chunk;
+        oe = chunk + buf->curCapacity;
+        return true;
+    }
+    // The character ends this chunk with its first units and begins the
+    // next one with the rest.
+    bool split(u32 cp, int size, D*& o, const D*& oe, int& result) noexcept {
+        D* const chunk = buf->nextChunk();
+        if (chunk == nullptr) {
+            result = kNoMemory;
+            return false;
+        }
+        D scratch[P::Target::kMaxUnits];
+        P::Target::encode(cp, scratch);
+        int i = 0;
+        while (o != oe) *o++ = scratch[i++];
+        o = chunk;
+        oe = chunk + buf->curCapacity;
+        while (i < size) *o++ = scratch[i++];
+        return true;
+    }
+};
+
+// Converts into [*out, outEnd) and may fill it: a full output ends the call
+// with success even when input remains (the caller compares *in with inEnd).
+template <class P, class B = Bulk<P>>
+int convertFill(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, const SrcOf<P>* inEnd,
+                B bulk = B()) noexcept {
+    EndOfOutput<P> room;
+    DstOf<P>* o = *out;
+    const DstOf<P>* oe = outEnd;
+    const SrcOf<P>* p = *in;
+    const int result = fillLoop<P>(room, o, oe, p, inEnd, 0, bulk);
+    *out = o;
+    *in = p;
+    return result;
+}
+
+// Converts the whole run into the chunks of buf, filling each to its last
+// unit. *out and *outEnd are the cursor into, and the end of, the current
+// chunk. A move to the next chunk happens only when input remains.
+template <class P, class B = Bulk<P>>
+int convertAlloc(qelChrXBuf<DstOf<P>>* buf, DstOf<P>** out, const DstOf<P>** outEnd, const SrcOf<P>** in,
+                 const SrcOf<P>* inEnd, B bulk = B()) noexcept {
+    Chunks<P> room{buf};
+    DstOf<P>* o = *out;
+    const DstOf<P>* oe = *outEnd;
+    const SrcOf<P>* p = *in;
+    const int result = fillLoop<P>(room, o, oe, p, inEnd, P::kAllocStart, bulk);
     *out = o;
     *outEnd = oe;
     *in = p;
