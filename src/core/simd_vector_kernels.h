@@ -1,0 +1,325 @@
+// The SSE2 and AVX2 kernels, written once over the operations of one
+// instruction set: the walkers' scans and plain-unit copies in whole vectors,
+// finishing each memory page unit by unit, and the cores' stretches of ASCII
+// in every pair, and of the BMP without surrogates between UTF-16 and UTF-32,
+// leaving every other character to the per-character code.
+//
+// The file of each set defines, before it includes this header,
+//   QEL_VEC_TARGET  the target attribute of the set, which every function
+//                   here carries, as they all work on its vectors, and
+//   QEL_VEC_SCAN    QEL_VEC_TARGET for the functions that read whole blocks
+//                   of a string, which may go past a zero unit within its
+//                   memory page and so are left alone by the address and
+//                   thread sanitizers,
+// then defines its operations type and builds its table with
+// makeKernels<Ops>(). Everything here lies in an unnamed namespace, so that
+// each of those files has its own copies, built for its own set.
+//
+// An operations type O has what differs between the sets:
+//   V                    the vector type
+//   kIsa                 the instruction set
+//   movemask(v)          the top bit of every byte of v
+//   atMost<U>(v, max)    the movemask bits of the lanes of units of U in
+//                        which v is at most max
+//   storePlain<S, D>(v, o)  writes a vector of units of S, each below 0x80
+//                        (or below 0x10000 from UTF-32 to UTF-16), as as
+//                        many units of D at o
+// The element-wise operations, which are the same on every set, are written
+// here once on GNU vector types, and the compiler picks the instructions of
+// the set that each function is built for.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "core/simd.h"
+
+#if !defined(QEL_VEC_TARGET) || !defined(QEL_VEC_SCAN)
+#error "define QEL_VEC_TARGET and QEL_VEC_SCAN before including core/simd_vector_kernels.h"
+#endif
+
+namespace qel {
+namespace simd {
+namespace {
+
+inline std::size_t smaller(std::size_t a, std::size_t b) { return a < b ? a : b; }
+
+// ---- element-wise operations ---------------------------------------------------------
+
+// A vector of kBytes bytes in lanes of unsigned units the size of U.
+template <std::size_t kBytes, class U>
+struct LanesOf {
+    using Unit = std::conditional_t<sizeof(U) == 1, std::uint8_t,
+                                    std::conditional_t<sizeof(U) == 2, std::uint16_t, std::uint32_t>>;
+    typedef Unit type __attribute__((vector_size(kBytes)));
+};
+template <std::size_t kBytes, class U>
+using Lanes = typename LanesOf<kBytes, U>::type;
+
+// The movemask bits of a whole vector of kBytes bytes.
+template <std::size_t kBytes>
+constexpr std::uint32_t kAllLanes = kBytes >= 32 ? ~0u : (1u << kBytes) - 1;
+
+// A vector at any address, in memory that may hold units of any type.
+template <class V>
+struct Unaligned {
+    V v;
+} __attribute__((packed, may_alias));
+
+template <class V, class T>
+QEL_VEC_SCAN inline V load(const T* p) {
+    return reinterpret_cast<const Unaligned<V>*>(p)->v;
+}
+template <class T, class V>
+QEL_VEC_TARGET inline void store(T* p, V v) {
+    reinterpret_cast<Unaligned<V>*>(p)->v = v;
+}
+
+// a - b in lanes of units of U.
+template <class U, class V>
+QEL_VEC_TARGET inline V sub(V a, V b) {
+    return reinterpret_cast<V>(reinterpret_cast<Lanes<sizeof(V), U>>(a) - reinterpret_cast<Lanes<sizeof(V), U>>(b));
+}
+
+// All ones in the lanes of units of U where a equals b.
+template <class U, class V>
+QEL_VEC_TARGET inline V equal(V a, V b) {
+    return reinterpret_cast<V>(reinterpret_cast<Lanes<sizeof(V), U>>(a) == reinterpret_cast<Lanes<sizeof(V), U>>(b));
+}
+
+// A vector with the unit kUnit in every lane of units of U, read from the
+// pattern pool (see simd.h).
+template <class O, class U, std::uint32_t kUnit>
+QEL_VEC_TARGET inline typename O::V splat() {
+    using V = typename O::V;
+    constexpr std::uint32_t kPattern = sizeof(U) == 1   ? (kUnit & 0xFFu) * 0x01010101u
+                                       : sizeof(U) == 2 ? (kUnit & 0xFFFFu) * 0x00010001u
+                                                        : kUnit;
+    constexpr int kIndex = patternIndex(kPattern);
+    static_assert(kIndex >= 0, "every constant of the kernels is in the pattern pool");
+    return reinterpret_cast<V>(Lanes<sizeof(V), u32>{} + kPatternPool[kIndex]);
+}
+
+// Lanes holding 0 or 0x01.
+template <class O, class U>
+QEL_VEC_TARGET inline std::uint32_t stopBits(typename O::V v) {
+    return O::template atMost<U>(v, splat<O, U, 1>());
+}
+
+// Lanes holding anything but 0x02..0x7F: their units minus 2 exceed 0x7D.
+template <class O, class U>
+QEL_VEC_TARGET inline std::uint32_t specialBits(typename O::V v) {
+    return ~O::template atMost<U>(sub<U>(v, splat<O, U, 2>()), splat<O, U, 0x7D>()) & kAllLanes<sizeof(v)>;
+}
+
+template <class U>
+inline bool misaligned(const U* p) {
+    return (reinterpret_cast<std::uintptr_t>(p) % sizeof(U)) != 0;
+}
+
+// The units from p before both `end` (when it lies ahead) and the end of p's
+// memory page.
+template <class U>
+inline std::size_t unitsAhead(const U* p, const U* end) {
+    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
+    const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
+    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
+    return smaller(ahead, inPage);
+}
+
+// ---- walker kernels --------------------------------------------------------------------
+
+template <class U, bool kSpecial>
+inline bool isHit(U u) {
+    const u32 v = static_cast<u32>(u);
+    return kSpecial ? v - 2u >= 0x7Eu : v <= 1u;
+}
+
+template <class O, class U, bool kSpecial>
+QEL_VEC_TARGET inline std::uint32_t hitBits(typename O::V v) {
+    return kSpecial ? specialBits<O, U>(v) : stopBits<O, U>(v);
+}
+
+template <class O, class U, bool kSpecial>
+QEL_VEC_SCAN const U* scan(const U* p, const U* end) {
+    using V = typename O::V;
+    constexpr std::size_t kLanes = sizeof(V) / sizeof(U);
+    if (misaligned(p)) {
+        while (p != end && !isHit<U, kSpecial>(*p)) ++p;
+        return p;
+    }
+    for (;;) {
+        const std::size_t units = unitsAhead(p, end);
+        std::size_t k = units / kLanes;
+        for (; k >= 2; k -= 2) {
+            const std::uint32_t hit =
+                hitBits<O, U, kSpecial>(load<V>(p)) | hitBits<O, U, kSpecial>(load<V>(p + kLanes));
+            if (hit != 0) break;
+            p += 2 * kLanes;
+        }
+        for (; k > 0; --k) {
+            const std::uint32_t hit = hitBits<O, U, kSpecial>(load<V>(p));
+            if (hit != 0) return p + __builtin_ctz(hit) / sizeof(U);
+            p += kLanes;
+        }
+        // The units before the page's end or `end`, one at a time.
+        for (std::size_t t = units % kLanes; t > 0; --t, ++p)
+            if (isHit<U, kSpecial>(*p)) return p;
+        if (p == end || units == 0) return p;
+    }
+}
+
+template <class O, class U>
+QEL_VEC_SCAN const U* findStop(const U* p, const U* end) noexcept {
+    return scan<O, U, false>(p, end);
+}
+template <class O, class U>
+QEL_VEC_SCAN const U* findSpecial(const U* p, const U* end) noexcept {
+    return scan<O, U, true>(p, end);
+}
+
+template <class O, class S, class D>
+QEL_VEC_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd) noexcept {
+    using V = typename O::V;
+    constexpr std::size_t kLanes = sizeof(V) / sizeof(S);
+    const S* p = *pp;
+    D* o = *oo;
+    for (;;) {
+        std::size_t k = misaligned(p) ? 0 : smaller(unitsAhead(p, end), static_cast<std::size_t>(oEnd - o)) / kLanes;
+        for (; k > 0; --k) {
+            const V v = load<V>(p);
+            if (specialBits<O, S>(v) != 0) break;
+            O::template storePlain<S, D>(v, o);
+            p += kLanes;
+            o += kLanes;
+        }
+        // Unit by unit: the units before a unit that is not plain, and up to
+        // the next memory page, `end` or the end of the output.
+        for (std::size_t t = 0; t < kLanes; ++t) {
+            if (p == end || o == oEnd || static_cast<u32>(*p) - 2u >= 0x7Eu) {
+                *pp = p;
+                *oo = o;
+                return;
+            }
+            *o++ = static_cast<D>(*p++);
+            if ((reinterpret_cast<std::uintptr_t>(p) & 4095) == 0) break;
+        }
+    }
+}
+
+// ---- core kernels ----------------------------------------------------------------------
+
+// How far a convert kernel may take input: one unit before the end, and no
+// further than leaves one unit of output room at `perUnit` output units per
+// input unit.
+template <class S, class D>
+inline std::size_t takeable(const S* p, const S* end, const D* o, const D* outEnd, std::size_t perUnit) {
+    return smaller(static_cast<std::size_t>(end - p) - 1, (static_cast<std::size_t>(outEnd - o) - 1) / perUnit);
+}
+
+// Lanes of a vector of S that the pair S -> D does not take at once: all but
+// ASCII, or for UTF-16 <-> UTF-32 all but the BMP without surrogates.
+template <class O, class S, class D>
+QEL_VEC_TARGET inline std::uint32_t otherBits(typename O::V v) {
+    if constexpr (sizeof(S) == 1) {
+        return O::movemask(v);
+    } else if constexpr (sizeof(D) == 1) {
+        return ~O::template atMost<S>(v, splat<O, S, 0x7F>()) & kAllLanes<sizeof(v)>;
+    } else if constexpr (sizeof(S) == 2) {
+        // UTF-16 -> UTF-32: every unit but a surrogate.
+        return O::movemask(equal<u16>(v & splat<O, u16, 0xF800>(), splat<O, u16, 0xD800>()));
+    } else {
+        // UTF-32 -> UTF-16: code points of the BMP, no surrogate.
+        const std::uint32_t surrogate =
+            O::template atMost<S>(sub<S>(v, splat<O, S, 0xD800>()), splat<O, S, 0x7FF>());
+        return (surrogate | ~O::template atMost<S>(v, splat<O, S, 0xFFFF>())) & kAllLanes<sizeof(v)>;
+    }
+}
+
+// Lanes (as otherBits) of units that the pair takes at once but that set the
+// success value: from 0xE000 in UTF-32 -> UTF-16, one output unit each.
+template <class O, class S, class D>
+QEL_VEC_TARGET inline std::uint32_t slowBits(typename O::V v) {
+    if constexpr (sizeof(S) == 4 && sizeof(D) == 2)
+        return ~O::template atMost<S>(v, splat<O, S, 0xD7FF>()) & kAllLanes<sizeof(v)>;
+    else return 0;
+}
+
+// Takes whole vectors of simple units from *pp (see otherBits) while `left`
+// holds one, then the simple units at the start of the next vector, and
+// stops before the first other unit. *out is where they go (an output
+// position, advanced past the units written), or a count that they are added
+// to. Every unit that slowBits finds among them is one character of one
+// output unit, which `last` receives.
+template <class O, class S, class D, class Out>
+QEL_VEC_TARGET inline void takeSimple(const S** pp, Out* out, std::size_t left, SlowChar* last) {
+    constexpr bool kWrite = std::is_same_v<Out, D*>;
+    using V = typename O::V;
+    constexpr std::size_t kLanes = sizeof(V) / sizeof(S);
+    const S* p = *pp;
+    Out o = *out;
+    std::uint32_t slowSeen = 0;
+    for (; left >= kLanes; left -= kLanes) {
+        const V v = load<V>(p);
+        const std::uint32_t other = otherBits<O, S, D>(v);
+        const std::uint32_t taken = other == 0 ? ~0u : (other ^ (other - 1)) >> 1;
+        slowSeen |= slowBits<O, S, D>(v) & taken;
+        if (other != 0) {
+            std::size_t k = __builtin_ctz(other) / sizeof(S);
+            if constexpr (kWrite) {
+                for (; k > 0; --k) *o++ = static_cast<D>(*p++);
+            } else {
+                p += k;
+                o += static_cast<Out>(k);
+            }
+            break;
+        }
+        if constexpr (kWrite) O::template storePlain<S, D>(v, o);
+        p += kLanes;
+        o += static_cast<std::conditional_t<kWrite, std::ptrdiff_t, Out>>(kLanes);
+    }
+    if (slowSeen != 0) {
+        last->len = 1;
+        last->size = 1;
+    }
+    *pp = p;
+    *out = o;
+}
+
+template <class O, class S, class D, std::size_t kPerUnit>
+QEL_VEC_TARGET void convertSimple(const S** pp, const S* end, D** oo, const D* outEnd, SlowChar* last) noexcept {
+    takeSimple<O, S, D>(pp, oo, takeable(*pp, end, *oo, outEnd, kPerUnit), last);
+}
+
+template <class O, class S, class D>
+QEL_VEC_TARGET void measureSimple(const S** pp, const S* end, unsigned int* count, SlowChar* last) noexcept {
+    takeSimple<O, S, D>(pp, count, static_cast<std::size_t>(end - *pp) - 1, last);
+}
+
+// The table of the set of O.
+template <class O>
+constexpr Kernels makeKernels() {
+    Kernels k;
+    k.isa = O::kIsa;
+    k.u8u16 = {&convertSimple<O, u8, u16, 1>, &measureSimple<O, u8, u16>};
+    k.u8u32 = {&convertSimple<O, u8, u32, 1>, &measureSimple<O, u8, u32>};
+    k.u16u8 = {&convertSimple<O, u16, char, 3>, &measureSimple<O, u16, char>};
+    k.u16u32 = {&convertSimple<O, u16, u32, 1>, &measureSimple<O, u16, u32>};
+    k.u32u8 = {&convertSimple<O, u32, char, 4>, &measureSimple<O, u32, char>};
+    k.u32u16 = {&convertSimple<O, u32, u16, 2>, &measureSimple<O, u32, u16>};
+    k.scan8 = {&findStop<O, u8>, &findSpecial<O, u8>};
+    k.scan16 = {&findStop<O, u16>, &findSpecial<O, u16>};
+    k.scan32 = {&findStop<O, u32>, &findSpecial<O, u32>};
+    k.plain8to16 = &copyPlain<O, u8, u16>;
+    k.plain8to32 = &copyPlain<O, u8, u32>;
+    k.plain16to8 = &copyPlain<O, u16, char>;
+    k.plain16to32 = &copyPlain<O, u16, u32>;
+    k.plain32to8 = &copyPlain<O, u32, char>;
+    k.plain32to16 = &copyPlain<O, u32, u16>;
+    return k;
+}
+
+}  // namespace
+}  // namespace simd
+}  // namespace qel
