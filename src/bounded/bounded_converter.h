@@ -187,6 +187,24 @@ struct Counter {
     }
 };
 
+// Carries the sequence [begin, end) over into [w, bufEnd) and moves w past
+// it. A sequence that does not end before bufEnd (unless `wholeAtEnd`) is cut:
+// closed or dropped by the target form's rule (dropped under `drop`), and
+// the walk ends with kNoRoom.
+template <class P>
+bool carrySequence(typename P::Dst*& w, typename P::Dst* bufEnd, const typename P::Src* begin,
+                   const typename P::Src* end, bool wholeAtEnd, bool drop, ConvState& state) noexcept {
+    const seq::Carried<typename P::Dst> c =
+        seq::carryBounded<typename P::SrcForm, typename P::DstForm>(begin, end, w, bufEnd);
+    if (c.complete && (c.pos != bufEnd || wholeAtEnd)) {
+        w = c.pos;
+        return true;
+    }
+    w = P::DstForm::close(w, c.pos, bufEnd, drop);
+    state.result = kNoRoom;
+    return false;
+}
+
 // Sink that converts into [w, bufEnd). plainEnd is where the fast path has
 // to stop: one unit before bufEnd when a terminator is wanted, bufEnd when not.
 template <class P>
@@ -222,16 +240,8 @@ struct BufferWriter {
         return convertStep<P>(st, w, bufEnd, runStart, runEnd);
     }
     bool sequence(const Src* begin, const Src* end) noexcept {
-        const seq::Carried<Dst> c = seq::carryBounded<typename P::SrcForm, typename P::DstForm>(begin, end, w, bufEnd);
-        if (c.complete && c.pos != bufEnd) {
-            w = c.pos;
-            return true;
-        }
-        // Cut, also when the sequence ends on the buffer's last unit: closed
-        // or dropped by the target form's rule, dropped under fullLength.
-        w = P::DstForm::close(w, c.pos, bufEnd, fullLength);
-        state.result = kNoRoom;
-        return false;
+        // Cut also when the sequence ends on the buffer's last unit.
+        return carrySequence<P>(w, bufEnd, begin, end, false, fullLength, state);
     }
 };
 

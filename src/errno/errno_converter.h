@@ -98,16 +98,9 @@ struct BoundedWriter {
         return st.result >= 0;
     }
     bool sequence(const Src* begin, const Src* seqEnd) noexcept {
-        const seq::Carried<Dst> c = seq::carryBounded<typename P::SrcForm, typename P::DstForm>(begin, seqEnd, out, end);
         // A sequence that ends exactly at the end of the output stays whole
         // only when the source ends right after it.
-        if (c.complete && (c.pos != end || *seqEnd == 0)) {
-            out = c.pos;
-            return true;
-        }
-        out = P::DstForm::close(out, c.pos, end, false);
-        state.result = kNoRoom;
-        return false;
+        return bounded::carrySequence<P>(out, end, begin, seqEnd, *seqEnd == 0, false, state);
     }
 };
 
