@@ -101,6 +101,9 @@ QEL_AVX512 inline V b32() {
     return splat<kDword>();
 }
 
+// a | (b & c), in one instruction.
+QEL_AVX512 inline V orAnd(V a, V b, V c) { return _mm512_ternarylogic_epi32(a, b, c, 0xF8); }
+
 QEL_AVX512 inline unsigned highestBit(std::uint64_t m) { return 63u - static_cast<unsigned>(_lzcnt_u64(m)); }
 
 // Quarter G (16 bytes) and half H (32 bytes) of a vector.
@@ -140,6 +143,25 @@ inline std::size_t stepSize(const S* p, const S*& limit, const S* end, const D* 
     if (p == limit) limit = inputLimit(p, end, o, outEnd, perUnit);
     return smaller(lanes, static_cast<std::size_t>(limit - p));
 }
+
+// When a wide step (64 units of one kind) is tried: at once after one that
+// took its units, and after one that did not only further on, the further the
+// more of them in a row did not.
+class WideRetry {
+public:
+    explicit WideRetry(const void* p) : from_(reinterpret_cast<std::uintptr_t>(p)) {}
+    bool due(const void* p) const { return reinterpret_cast<std::uintptr_t>(p) >= from_; }
+    void took() { skip_ = kFirstSkip; }
+    void missed(const void* p, std::size_t unitSize) {
+        from_ = reinterpret_cast<std::uintptr_t>(p) + skip_ * unitSize;
+        if (skip_ < kLongestSkip) skip_ *= 2;
+    }
+
+private:
+    static constexpr std::size_t kFirstSkip = 64, kLongestSkip = 1024;
+    std::uintptr_t from_;
+    std::size_t skip_ = kFirstSkip;
+};
 
 // ---- UTF-8 decoding ---------------------------------------------------------------
 
@@ -264,10 +286,11 @@ QEL_AVX512 inline unsigned storeUtf16(V cp, __mmask16 live, u16* o) {
         _mm512_mask_cvtepi32_storeu_epi16(o, live, cp);
         return static_cast<unsigned>(_mm_popcnt_u32(live));
     }
-    const V v = _mm512_sub_epi32(cp, b32<0x10000u>());
-    const V high = _mm512_add_epi32(_mm512_srli_epi32(v, 10), b32<0xD800u>());
-    const V low = _mm512_add_epi32(_mm512_and_si512(v, b32<0x3FFu>()), b32<0xDC00u>());
-    const V pair = _mm512_or_si512(high, _mm512_slli_epi32(low, 16));
+    // High surrogate 0xD7C0 + (cp >> 10) in the low half of the lane, low
+    // surrogate 0xDC00 + the low ten bits in the high half.
+    const V surrogateBase = _mm512_mask_blend_epi16(0x55555555u, b16<0xDC00>(), b16<0xD7C0>());
+    const V high = _mm512_add_epi32(_mm512_srli_epi32(cp, 10), surrogateBase);
+    const V pair = orAnd(high, _mm512_slli_epi32(cp, 16), _mm512_slli_epi32(b32<0x3FFu>(), 16));
     const V words = _mm512_mask_mov_epi32(cp, sup, pair);
     const __mmask32 keep = _pdep_u32(live, 0x55555555u) | _pdep_u32(sup, 0xAAAAAAAAu);
     const V packed = _mm512_maskz_compress_epi16(keep, words);
@@ -628,13 +651,17 @@ struct Utf16Block {
     std::uint32_t low;
 };
 
-QEL_AVX512 inline Utf16Block checkUtf16(V units, std::size_t n) {
+// `nextLow` has bit n - 1 set when the unit after the block is a low
+// surrogate that the step may take with a high surrogate in its last lane;
+// `carried` is 1 when lane 0 is the low half of a pair that the step before
+// wrote.
+QEL_AVX512 inline Utf16Block checkUtf16(V units, std::size_t n, std::uint32_t nextLow = 0, std::uint32_t carried = 0) {
     const std::uint32_t live = low32(n);
-    const std::uint32_t sur = _mm512_mask_cmpeq_epi16_mask(live, _mm512_and_si512(units, b16<0xF800>()), b16<0xD800>());
-    if (sur == 0) return {static_cast<unsigned>(n), 0, 0};
-    const std::uint32_t high = _mm512_mask_cmpeq_epi16_mask(sur, _mm512_and_si512(units, b16<0xFC00>()), b16<0xD800>());
-    const std::uint32_t low = sur & ~high;
-    const std::uint32_t bad = (high & ~(low >> 1)) | (low & ~(high << 1));
+    const V top6 = _mm512_and_si512(units, b16<0xFC00>());
+    const std::uint32_t high = _mm512_mask_cmpeq_epi16_mask(live, top6, b16<0xD800>());
+    const std::uint32_t low = _mm512_mask_cmpeq_epi16_mask(live, top6, b16<0xDC00>());
+    if ((high | low) == 0) return {static_cast<unsigned>(n), 0, 0};
+    const std::uint32_t bad = (high & ~((low >> 1) | nextLow)) | (low & ~((high << 1) | carried));
     const unsigned taken = bad == 0 ? static_cast<unsigned>(n) : static_cast<unsigned>(_tzcnt_u32(bad));
     return {taken, high, low};
 }
@@ -785,11 +812,12 @@ QEL_AVX512 inline unsigned emitUtf16ToUtf32(V units, V following, const Utf16Blo
         _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(take >> 16), _mm512_cvtepu16_epi32(half<1>(units)));
         return taken;
     }
-    const V bits0to15 = _mm512_mask_mov_epi16(
-        units, blk.high,
-        _mm512_or_si512(_mm512_slli_epi16(_mm512_and_si512(units, b16<0x3F>()), 10),
-                        _mm512_and_si512(following, b16<0x3FF>())));
-    const V bits16to20 = _mm512_maskz_add_epi16(blk.high, _mm512_and_si512(_mm512_srli_epi16(units, 6), b16<0xF>()), b16<1>());
+    const V bits0to15 =
+        _mm512_mask_mov_epi16(units, blk.high, orAnd(_mm512_slli_epi16(units, 10), following, b16<0x3FF>()));
+    // 0xD800 + 0x40 * bits 6..9 + the low six bits, shifted right by 6, is
+    // 0x360 + bits 6..9.
+    const V bits16to20 =
+        _mm512_maskz_sub_epi16(blk.high, _mm512_srli_epi16(units, 6), _mm512_srli_epi16(b16<0xD7C0>(), 6));
     const V w0 = _mm512_permutex2var_epi16(bits0to15, _mm512_load_si512(kInterleaveLow16), bits16to20);
     const V w1 = _mm512_permutex2var_epi16(bits0to15, _mm512_load_si512(kInterleaveHigh16), bits16to20);
     const std::uint32_t lanes = take & ~blk.low;
@@ -819,25 +847,26 @@ inline std::size_t utf16StepSize(const u16* p, std::size_t n) {
     return n == 0 ? 0 : n - ((p[n - 1] & 0xFC00u) == 0xD800u ? 1 : 0);
 }
 
-// The loop of the UTF-16 kernels. A step's size is known from one load
-// before its checks (a high surrogate in its last lane waits for the next
-// step, with its low half), so that steps follow each other without waiting
-// on the checks; a step that takes less than its size ends the kernel.
+// 1 when the unit at p is a low surrogate.
+inline std::uint32_t lowSurrogateAt(const u16* p) { return (*p & 0xFC00u) == 0xDC00u ? 1u : 0u; }
+
+// The loop of the UTF-16 kernels. A step's size is known before its checks,
+// so that steps follow each other without waiting on them; a step that takes
+// less than its size ends the kernel.
 template <class D, bool kMeasure, unsigned kPerUnit>
 QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D* outEnd, unsigned int* count,
                                  SlowChar* last) {
     const u16* p = *pp;
     D* o = kMeasure ? nullptr : *oo;
     const u16* limit = p;
-    // A wide step that finds more than one kind of unit is not tried again
-    // for the next 64 units.
-    const u16* wideFrom = p;
+    WideRetry wide(p);
     unsigned int total = kMeasure ? *count : 0;
     Utf16Seen seen;
+    std::uint32_t carried = 0;
     for (;;) {
         if (!kMeasure && p == limit) limit = inputLimit(p, end, o, outEnd, kPerUnit);
         const std::size_t ahead = kMeasure ? static_cast<std::size_t>(end - p) - 1 : static_cast<std::size_t>(limit - p);
-        if (ahead >= 64 && p >= wideFrom) {
+        if (ahead >= 64 && wide.due(p)) {
             // A wide step over 64 units of one kind: ASCII into UTF-8, or no
             // surrogate into UTF-32.
             const V u0 = _mm512_loadu_si512(p);
@@ -865,14 +894,28 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
                     o += 64;
                 }
                 p += 64;
+                wide.took();
                 continue;
             }
-            wideFrom = p + 64;
+            wide.missed(p, sizeof *p);
         }
-        const std::size_t n = utf16StepSize(p, smaller(32, ahead));
+        // A whole step of 32 units whose next unit may be taken too moves on
+        // by all its units: a high surrogate in its last lane takes its low
+        // half from the next step, which leaves that unit out.
+        const bool whole = ahead > 32;
+        if (!whole && carried != 0) {
+            ++p;
+            carried = 0;
+            if constexpr (sizeof(D) == 1) {
+                seen.note(1, 1, 1);
+                if constexpr (kMeasure) total += 2;
+            }
+            continue;
+        }
+        const std::size_t n = whole ? 32 : utf16StepSize(p, ahead);
         if (n == 0) break;
         const V units = _mm512_maskz_loadu_epi16(low32(n), p);
-        const Utf16Block blk = checkUtf16(units, n);
+        const Utf16Block blk = checkUtf16(units, n, whole ? lowSurrogateAt(p + 32) << 31 : 0, carried);
         const unsigned taken = blk.taken;
         if constexpr (kMeasure) {
             if constexpr (sizeof(D) == 1) {
@@ -888,6 +931,7 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
             p += taken;
             break;
         }
+        carried = whole ? blk.high >> 31 : 0;
         p += n;
     }
     seen.report(last);
@@ -1301,10 +1345,16 @@ QEL_AVX512_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd
 // One step of convertText over the n units at p (in v), none of them a zero
 // unit or 0x01, with room for the worst case of all of them: the units taken
 // (written at o, which moves on) and whether another step may follow.
+// Steps that leave nothing over between them.
+struct NothingCarried {
+    template <class S>
+    void settle(const S*& /*p*/, const S*& /*otherStep*/, std::uint64_t& /*otherMask*/) {}
+};
+
 template <class D>
-struct Utf8Text {
+struct Utf8Text : NothingCarried {
     static constexpr std::size_t kPerUnit = 1;
-    QEL_AVX512 static std::size_t take(const u8* p, V in, std::size_t n, D*& o, bool& more) {
+    QEL_AVX512 std::size_t take(const u8* p, V in, std::size_t n, D*& o, bool& more, bool /*ahead*/) {
         more = true;
         if ((_mm512_movepi8_mask(in) & low64(n)) == 0) {
             if constexpr (sizeof(D) == 2) {
@@ -1333,13 +1383,34 @@ struct Utf8Text {
 template <class D>
 struct Utf16Text {
     static constexpr std::size_t kPerUnit = sizeof(D) == 1 ? 3 : 1;
-    QEL_AVX512 static std::size_t take(const u16* p, V units, std::size_t n, D*& o, bool& more) {
+    // 1 when the last step wrote a surrogate pair whose low half is the
+    // first unit of the next step.
+    std::uint32_t carried = 0;
+
+    // `ahead`: a whole step (n = 32) whose next unit may be taken too. Such
+    // a step moves on by all its units, a high surrogate in its last lane
+    // taking its low half from the next step.
+    QEL_AVX512 std::size_t take(const u16* p, V units, std::size_t n, D*& o, bool& more, bool ahead) {
+        Utf16Seen ignored;
+        if (ahead) {
+            const Utf16Block blk = checkUtf16(units, n, lowSurrogateAt(p + n) << 31, carried);
+            const V following = _mm512_loadu_si512(p + 1);
+            more = true;
+            if (blk.taken == n) {
+                o += emitUtf16(units, following, blk, static_cast<unsigned>(n), o, ignored);
+                carried = blk.high >> 31;
+                return n;
+            }
+            o += emitUtf16(units, following, blk, blk.taken, o, ignored);
+            carried = 0;
+            more = false;
+            return blk.taken;
+        }
         const std::size_t size = utf16StepSize(p, n);
         const Utf16Block blk = checkUtf16(units, size);
         // The unit after each lane but the last (which waits, when it is a
         // high surrogate, for the next step).
         const V following = _mm512_maskz_loadu_epi16(low32(n) >> 1, p + 1);
-        Utf16Seen ignored;
         more = true;
         if (size != 0 && blk.taken == size) {
             // The usual case, apart so that the step's size does not wait on
@@ -1351,12 +1422,21 @@ struct Utf16Text {
         more = false;
         return blk.taken;
     }
+    // Takes the low half that the last step left over, if any.
+    void settle(const u16*& p, const u16*& otherStep, std::uint64_t& otherMask) {
+        if (carried != 0) {
+            otherStep = p;
+            otherMask = 1;
+            ++p;
+            carried = 0;
+        }
+    }
 };
 
 template <class D>
-struct Utf32Text {
+struct Utf32Text : NothingCarried {
     static constexpr std::size_t kPerUnit = sizeof(D) == 1 ? 4 : 2;
-    QEL_AVX512 static std::size_t take(const u32* /*p*/, V units, std::size_t n, D*& o, bool& more) {
+    QEL_AVX512 std::size_t take(const u32* /*p*/, V units, std::size_t n, D*& o, bool& more, bool /*ahead*/) {
         const unsigned taken = checkUtf32(units, n);
         SlowChar ignored;
         if (taken == n) {
@@ -1459,14 +1539,14 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
     const S* otherStep = nullptr;
     std::uint64_t otherMask = 0;
     bool more = !misaligned(p);
-    // A wide step that finds other units is not tried again for 64 units.
-    const S* wideFrom = p;
+    WideRetry wide(p);
+    Step step;
     while (more && o < oEnd) {
         const std::size_t room = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
         const S* const spanEnd = p + smaller(wholeVectors(p, end) * kLanes, room);
         while (more && static_cast<std::size_t>(spanEnd - p) >= kLanes) {
             std::uint64_t wideOther = 0;
-            if (sizeof(S) > 1 && p >= wideFrom && static_cast<std::size_t>(spanEnd - p) >= 64) {
+            if (sizeof(S) > 1 && wide.due(p) && static_cast<std::size_t>(spanEnd - p) >= 64) {
                 if (wideText(p, o, wideOther)) {
                     if (wideOther != 0) {
                         otherStep = p;
@@ -1474,19 +1554,27 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
                     }
                     p += 64;
                     o += 64;
+                    wide.took();
                     continue;
                 }
-                wideFrom = p + 64;
+                wide.missed(p, sizeof *p);
+            }
+            // A unit beyond the step lies in the span too.
+            const bool ahead = static_cast<std::size_t>(spanEnd - p) > kLanes;
+            if (!ahead) {
+                step.settle(p, otherStep, otherMask);
+                if (static_cast<std::size_t>(spanEnd - p) < kLanes) break;
             }
             const V v = loadVector(p);
             if (stopLanes<S>(v, kLanes) != 0) break;
-            const std::size_t took = Step::take(p, v, kLanes, o, more);
+            const std::size_t took = step.take(p, v, kLanes, o, more, ahead);
             if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
                 otherStep = p;
                 otherMask = other;
             }
             p += took;
         }
+        step.settle(p, otherStep, otherMask);
         if (!more) break;
         // One masked step: up to a zero unit or 0x01, the page's end or `end`.
         std::size_t n = smaller(stepUnits(p, end), smaller(room, static_cast<std::size_t>(oEnd - o) / Step::kPerUnit));
@@ -1508,7 +1596,7 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
             n = static_cast<std::size_t>(_tzcnt_u64(stop));
             if (n == 0) break;
         }
-        const std::size_t took = Step::take(p, v, n, o, more);
+        const std::size_t took = step.take(p, v, n, o, more, false);
         if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
             otherStep = p;
             otherMask = other;
