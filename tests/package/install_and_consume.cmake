@@ -1,5 +1,7 @@
 # cmake -P script: install BUILD_DIR into WORK_DIR/prefix, check the installed
 # tree, then build and run the consumer through find_package and pkg-config.
+# EMULATOR, when given, is the command line that runs programs of the target.
+separate_arguments(emulator UNIX_COMMAND "${EMULATOR}")
 file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
 
@@ -39,7 +41,7 @@ endforeach()
 
 # The installed tool finds its libraries on its own.
 file(WRITE ${WORK_DIR}/in.txt "hello\n")
-run(${prefix}/${BINDIR}/qelconv --check ${WORK_DIR}/in.txt)
+run(${emulator} ${prefix}/${BINDIR}/qelconv --check ${WORK_DIR}/in.txt)
 if(NOT out MATCHES "UTF-8, no byte-order mark, 6 bytes, 1 line: well-formed")
   message(FATAL_ERROR "installed qelconv: ${out}")
 endif()
@@ -49,7 +51,7 @@ run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/cmake-build -G ${GENERATO
     -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_C_COMPILER=${C_COMPILER}
     "-DCMAKE_C_FLAGS=${SANITIZE_FLAGS}" "-DCMAKE_EXE_LINKER_FLAGS=${SANITIZE_FLAGS}")
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/cmake-build)
-run(${WORK_DIR}/cmake-build/consumer)
+run(${emulator} ${WORK_DIR}/cmake-build/consumer)
 if(NOT out STREQUAL "consumer: ok\n")
   message(FATAL_ERROR "find_package consumer: ${out}")
 endif()
@@ -67,7 +69,7 @@ string(STRIP "${out}" libdir)
 separate_arguments(sanitize UNIX_COMMAND "${SANITIZE_FLAGS}")
 run(${C_COMPILER} -std=c11 ${sanitize} ${CONSUMER_DIR}/consumer.c ${flags} -Wl,-rpath,${libdir}
     -o ${WORK_DIR}/consumer-pc)
-run(${WORK_DIR}/consumer-pc)
+run(${emulator} ${WORK_DIR}/consumer-pc)
 if(NOT out STREQUAL "consumer: ok\n")
   message(FATAL_ERROR "pkg-config consumer: ${out}")
 endif()
