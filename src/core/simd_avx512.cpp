@@ -70,6 +70,29 @@ alignas(64) constexpr unsigned char kThreeBytes[128] = {
     116, 54, 55, 118, 56, 57, 120, 58, 59, 122, 60, 61, 124, 62, 63, 126,
     0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
     0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+// Byte indices that gather, from 63 bytes of 21 three-byte characters, the
+// third and second byte of character k into 16-bit lane k (kThreeTo16Low),
+// its first byte into the low byte of lane k (kThreeTo16Lead), or its third,
+// second and first byte into 32-bit lane k (kThreeTo32, two vectors).
+alignas(64) constexpr unsigned char kThreeTo16Low[64] = {
+    2, 1, 5, 4, 8, 7, 11, 10, 14, 13, 17, 16, 20, 19, 23, 22,
+    26, 25, 29, 28, 32, 31, 35, 34, 38, 37, 41, 40, 44, 43, 47, 46,
+    50, 49, 53, 52, 56, 55, 59, 58, 62, 61, 0, 0, 0, 0, 0, 0,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+alignas(64) constexpr unsigned char kThreeTo16Lead[64] = {
+    0, 0, 3, 3, 6, 6, 9, 9, 12, 12, 15, 15, 18, 18, 21, 21,
+    24, 24, 27, 27, 30, 30, 33, 33, 36, 36, 39, 39, 42, 42, 45, 45,
+    48, 48, 51, 51, 54, 54, 57, 57, 60, 60, 0, 0, 0, 0, 0, 0,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+alignas(64) constexpr unsigned char kThreeTo32[128] = {
+    2, 1, 0, 0, 5, 4, 3, 3, 8, 7, 6, 6, 11, 10, 9, 9,
+    14, 13, 12, 12, 17, 16, 15, 15, 20, 19, 18, 18, 23, 22, 21, 21,
+    26, 25, 24, 24, 29, 28, 27, 27, 32, 31, 30, 30, 35, 34, 33, 33,
+    38, 37, 36, 36, 41, 40, 39, 39, 44, 43, 42, 42, 47, 46, 45, 45,
+    50, 49, 48, 48, 53, 52, 51, 51, 56, 55, 54, 54, 59, 58, 57, 57,
+    62, 61, 60, 60, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
 constexpr std::uint64_t kEvenBits64 = 0x5555555555555555ull;
 constexpr std::uint64_t kOddBits64 = 0xAAAAAAAAAAAAAAAAull;
 constexpr std::uint64_t kFirstOfFour64 = 0x1111111111111111ull;
@@ -446,10 +469,44 @@ QEL_AVX512 inline void storeWide(V packed, V packedHigh, bool high, unsigned cou
     _mm512_mask_storeu_epi32(o + 16, static_cast<__mmask16>(low16(groupLanes(count, 1, 16))), w1);
 }
 
+// Bytes 0, 3, ..., 60: where the characters of 63 bytes of three-byte
+// characters start.
+constexpr std::uint64_t kEveryThirdOf63 = 0x1249249249249249ull;
+
+// Writes the 21 characters of a block of 63 bytes of three-byte characters
+// (a stretch of most CJK text), whose bytes stand at fixed places: gathered
+// by fixed byte permutations, without packing.
+template <class D>
+QEL_AVX512 inline unsigned writeThreeByteBlock(V in, D* o) {
+    const V low6 = b16<0x3F>();
+    if constexpr (sizeof(D) == 2) {
+        // Lane k: third byte | second byte << 8, and the first byte.
+        const V tail = _mm512_permutexvar_epi8(_mm512_load_si512(kThreeTo16Low), in);
+        const V lead = _mm512_permutexvar_epi8(_mm512_load_si512(kThreeTo16Lead), in);
+        const V mid = _mm512_and_si512(_mm512_srli_epi16(tail, 2), _mm512_slli_epi16(low6, 6));
+        // (tail & 0x3F) | mid, then the first byte's four bits on top.
+        const V cp = _mm512_or_si512(_mm512_ternarylogic_epi32(tail, mid, low6, 0xEC), _mm512_slli_epi16(lead, 12));
+        _mm512_mask_storeu_epi16(o, low32(21), cp);
+    } else {
+        // Lane k: third byte | second byte << 8 | first byte << 16.
+        const V mid6 = _mm512_slli_epi32(b32<0x3F>(), 6), top4 = _mm512_slli_epi32(b32<0xF0>(), 8);
+        for (unsigned h = 0; h < 2; ++h) {
+            const V v = _mm512_permutexvar_epi8(_mm512_load_si512(kThreeTo32 + 64 * h), in);
+            const V lowTwelve =
+                _mm512_ternarylogic_epi32(v, _mm512_and_si512(_mm512_srli_epi32(v, 2), mid6), b32<0x3F>(), 0xEC);
+            const V cp = orAnd(lowTwelve, _mm512_srli_epi32(v, 4), top4);
+            _mm512_mask_storeu_epi32(o + 16 * h, static_cast<__mmask16>(h == 0 ? 0xFFFFu : 0x1Fu), cp);
+        }
+    }
+    return 21;
+}
+
 // Writes the characters of a well-formed block as UTF-16 or UTF-32; returns
 // the units written.
 template <class D>
 QEL_AVX512 inline unsigned writeFast(const FastBlock& blk, D* o) {
+    if (sizeof(D) == 4 && blk.lead == kEveryThirdOf63 && blk.three == blk.lead && blk.four == 0)
+        return writeThreeByteBlock(blk.in, o);
     if constexpr (sizeof(D) == 2) {
         const std::uint64_t units = blk.lead | (blk.four << 1);
         const __mmask32 u0 = static_cast<__mmask32>(units), u1 = static_cast<__mmask32>(units >> 32);
