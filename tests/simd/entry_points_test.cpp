@@ -153,6 +153,22 @@ TEST(SimdEntryPoints, BoundedConversionsAtEveryOutputSize) {
     }
 }
 
+// Surrogate pairs where the text kernel's 32-unit steps meet, followed by
+// what may end a step there.
+TEST(SimdEntryPoints, SurrogatePairsAtStepEdges) {
+    const Units tails[] = {{}, {0xD800}, {0xDC00}, {0xD83D, 'b'}, {0xD83D, 0xDE00, 'c'}, Units(40, 'd')};
+    for (std::size_t lead : {30, 31, 32, 33, 63, 64, 95}) {
+        for (const Units& tail : tails) {
+            Units text(lead, 'a');
+            text.insert(text.end(), {0xD83D, 0xDE00});
+            text.insert(text.end(), tail.begin(), tail.end());
+            checkBounded<char, char16_t>("UTF-16 -> UTF-8", {Enc::Utf16, Enc::Utf8, false}, u16u8, 0, text);
+            checkBounded<unsigned, char16_t>("UTF-16 -> UTF-32", {Enc::Utf16, Enc::Utf32, false}, u16u32, 0, text);
+            if (::testing::Test::HasFatalFailure()) return;
+        }
+    }
+}
+
 // An allocating entry point against the model's whole conversion: texts of a
 // few thousand units, so that the output crosses the chunks of the growing
 // buffer.

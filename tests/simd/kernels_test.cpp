@@ -60,7 +60,14 @@ TEST(SimdDispatch, ChoosesTheWidestSetTheCpuHas) {
     EXPECT_NE(simd::forIsa(simd::Isa::Sse2), nullptr);
     EXPECT_EQ(simd::forIsa(simd::Isa::Avx2) != nullptr, avx2);
     EXPECT_EQ(simd::forIsa(simd::Isa::Avx512) != nullptr, avx512);
+    // A build may cap the choice (QELUTF_WIDEST_ISA) to measure a narrower set.
+#if defined(QELUTF_WIDEST_ISA_SSE2)
+    EXPECT_EQ(simd::active().isa, simd::Isa::Sse2);
+#elif defined(QELUTF_WIDEST_ISA_AVX2)
+    EXPECT_EQ(simd::active().isa, avx2 ? simd::Isa::Avx2 : simd::Isa::Sse2);
+#else
     EXPECT_EQ(simd::active().isa, avx512 ? simd::Isa::Avx512 : avx2 ? simd::Isa::Avx2 : simd::Isa::Sse2);
+#endif
 #else
     EXPECT_EQ(simd::active().isa, simd::Isa::Scalar);
     EXPECT_EQ(simd::forIsa(simd::Isa::Avx2), nullptr);
@@ -270,6 +277,36 @@ TEST(SimdCores, Utf16ToUtf8) { compareCores<policy::Utf16ToUtf8>("UTF-16 -> UTF-
 TEST(SimdCores, Utf16ToUtf32) { compareCores<policy::Utf16ToUtf32, false>("UTF-16 -> UTF-32", 4); }
 TEST(SimdCores, Utf32ToUtf8) { compareCores<policy::Utf32ToUtf8>("UTF-32 -> UTF-8", 5); }
 TEST(SimdCores, Utf32ToUtf16) { compareCores<policy::Utf32ToUtf16>("UTF-32 -> UTF-16", 6); }
+
+// Surrogate pairs at the edges of the kernels' 32-unit steps (the pair's
+// high half in a step's last lane, its low half the first unit of the next
+// step or of what the kernel leaves), followed by what may end the kernel
+// there: the text's end, ill-formed units, more text.
+template <class P, bool kHasFill>
+void comparePairsAtStepEdges(const char* pair) {
+    const auto sets = vectorSets();
+    if (sets.empty()) GTEST_SKIP() << "no vector kernels in this build or on this CPU";
+    const std::vector<u16> tails[] = {{},       {0xD800},         {0xDC00}, {0xD83D, 0x41},
+                                      {0xD83D, 0xDE00}, std::vector<u16>(40, 0x62)};
+    for (std::size_t lead : {30, 31, 32, 33, 62, 63, 64, 95}) {
+        for (const auto& tail : tails) {
+            std::vector<u16> input(lead, 0x61);
+            input.insert(input.end(), {0xD83D, 0xDE00});
+            input.insert(input.end(), tail.begin(), tail.end());
+            compareKind<P>(Kind::Measure, input, 0, sets, pair);
+            for (std::size_t room = 1; room <= 4 * input.size() + 2; ++room) {
+                compareKind<P>(Kind::Safe, input, room, sets, pair);
+                if constexpr (kHasFill) compareKind<P>(Kind::Fill, input, room, sets, pair);
+                if (::testing::Test::HasFatalFailure()) return;
+            }
+        }
+    }
+}
+
+TEST(SimdCores, SurrogatePairsAtStepEdges) {
+    comparePairsAtStepEdges<policy::Utf16ToUtf8, true>("UTF-16 -> UTF-8");
+    comparePairsAtStepEdges<policy::Utf16ToUtf32, false>("UTF-16 -> UTF-32");
+}
 
 // ---- the walker kernels ---------------------------------------------------------
 
