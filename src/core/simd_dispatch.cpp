@@ -36,6 +36,16 @@ QEL_RESOLVER inline bool cpuHas(Isa isa) noexcept {
     }
 }
 
+// The widest set a build may choose (QELUTF_WIDEST_ISA: a build that measures
+// a narrower set on a wider CPU).
+#if defined(QELUTF_WIDEST_ISA_SSE2)
+constexpr Isa kWidest = Isa::Sse2;
+#elif defined(QELUTF_WIDEST_ISA_AVX2)
+constexpr Isa kWidest = Isa::Avx2;
+#else
+constexpr Isa kWidest = Isa::Avx512;
+#endif
+
 using Accessor = const Kernels& (*)() noexcept;
 
 const Kernels& activeAvx512() noexcept { return *avx512Kernels(); }
@@ -73,8 +83,8 @@ const Kernels* forIsa(Isa isa) noexcept {
 extern "C" {
 QEL_RESOLVER __attribute__((visibility("hidden"))) Accessor qel_simd_resolve_active() {
     __builtin_cpu_init();
-    if (cpuHas(Isa::Avx512)) return &activeAvx512;
-    if (cpuHas(Isa::Avx2)) return &activeAvx2;
+    if (kWidest >= Isa::Avx512 && cpuHas(Isa::Avx512)) return &activeAvx512;
+    if (kWidest >= Isa::Avx2 && cpuHas(Isa::Avx2)) return &activeAvx2;
     return &activeSse2;
 }
 }
