@@ -16,6 +16,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "corpora.h"
@@ -32,123 +33,87 @@ namespace {
 using U8 = char;
 using U16 = char16_t;
 using U32 = char32_t;
-inline unsigned int* lib32(U32* p) { return reinterpret_cast<unsigned int*>(p); }
-inline const unsigned int* lib32(const U32* p) { return reinterpret_cast<const unsigned int*>(p); }
-inline unsigned int** lib32(U32** p) { return reinterpret_cast<unsigned int**>(p); }
+
+// The library's own pointer type for a pointer the bench holds: its UTF-32
+// units are unsigned int, and the UTF-8 core reads unsigned char.
+template <class To, class From>
+To* as(From* p) {
+    return reinterpret_cast<To*>(p);
+}
+template <class T>
+auto lib(T* p) {
+    if constexpr (std::is_same_v<std::remove_cv_t<T>, U32>) {
+        return as<std::conditional_t<std::is_const_v<T>, const unsigned int, unsigned int>>(p);
+    } else {
+        return p;
+    }
+}
+inline unsigned int** lib(U32** p) { return as<unsigned int*>(p); }
+
+// Runs an exported core over the whole input; the units written, or -1.
+template <class S, class D, class LS, class LD>
+long runCore(int (*core)(LD**, const LD*, const LS**, const LS*), D* o, std::size_t cap, const S* in,
+             std::size_t n) {
+    LD* const base = as<LD>(o);
+    LD* w = base;
+    const LS* r = as<const LS>(in);
+    return core(&w, base + cap, &r, r + n) < 0 ? -1 : w - base;
+}
+
+// One pair's entry points: bounded, allocating, errno-style and, where the
+// pair has one, its exported core (kCore nullptr otherwise). kGrowth is the
+// most output units per input unit.
+template <class S, class D, std::size_t kGrow, auto kBounded, auto kAlloc, auto kErrno, auto kCore>
+struct Binding {
+    static constexpr std::size_t kGrowth = kGrow;
+    static constexpr bool kHasCore = !std::is_same_v<decltype(kCore), std::nullptr_t>;
+    static qelStrStatus bounded(D* o, unsigned n, unsigned* len, const S* in, unsigned inLen) {
+        return kBounded(lib(o), n, len, lib(in), inLen);
+    }
+    static qelStrStatus alloc(D** o, unsigned* len, const S* in, unsigned inLen) {
+        return kAlloc(lib(o), len, lib(in), inLen);
+    }
+    static std::size_t errnoStyle(D* d, const S* s, std::size_t n) { return kErrno(lib(d), lib(s), n); }
+    static long core(D* o, std::size_t cap, const S* in, std::size_t n) {
+        if constexpr (kHasCore) {
+            return runCore(kCore, o, cap, in, n);
+        } else {
+            return -1;
+        }
+    }
+};
 
 template <Enc F, Enc T>
 struct Lib;
-
-// `core` runs the pair's exported core over the whole input and returns the
-// units written, or -1; pairs without an exported core leave it out.
 template <>
-struct Lib<Enc::U8, Enc::U16> {
+struct Lib<Enc::U8, Enc::U16> : Binding<U8, U16, 1, qelStrUtf8ToUtf16, qelStrUtf8ToUtf16Alloc, qel_u8stou16s,
+                                        u8stou16sConvertLow> {
     static constexpr const char* kName = "UTF-8 → UTF-16";
-    static constexpr std::size_t kGrowth = 1;
-    static qelStrStatus bounded(U16* o, unsigned n, unsigned* len, const U8* in, unsigned inLen) {
-        return qelStrUtf8ToUtf16(o, n, len, in, inLen);
-    }
-    static qelStrStatus alloc(U16** o, unsigned* len, const U8* in, unsigned inLen) {
-        return qelStrUtf8ToUtf16Alloc(o, len, in, inLen);
-    }
-    static std::size_t errnoStyle(U16* d, const U8* s, std::size_t n) { return qel_u8stou16s(d, s, n); }
-    static constexpr bool kHasCore = true;
-    static long core(U16* o, std::size_t cap, const U8* in, std::size_t n) {
-        U16* w = o;
-        const auto* r = reinterpret_cast<const unsigned char*>(in);
-        const int res = u8stou16sConvertLow(&w, o + cap, &r, r + n);
-        return res < 0 ? -1 : w - o;
-    }
 };
-
 template <>
-struct Lib<Enc::U16, Enc::U8> {
+struct Lib<Enc::U16, Enc::U8> : Binding<U16, U8, 3, qelStrUtf16ToUtf8, qelStrUtf16ToUtf8Alloc, qel_u16stou8s,
+                                        u16stou8sConvertSafeLow> {
     static constexpr const char* kName = "UTF-16 → UTF-8";
-    static constexpr std::size_t kGrowth = 3;
-    static qelStrStatus bounded(U8* o, unsigned n, unsigned* len, const U16* in, unsigned inLen) {
-        return qelStrUtf16ToUtf8(o, n, len, in, inLen);
-    }
-    static qelStrStatus alloc(U8** o, unsigned* len, const U16* in, unsigned inLen) {
-        return qelStrUtf16ToUtf8Alloc(o, len, in, inLen);
-    }
-    static std::size_t errnoStyle(U8* d, const U16* s, std::size_t n) { return qel_u16stou8s(d, s, n); }
-    static constexpr bool kHasCore = true;
-    static long core(U8* o, std::size_t cap, const U16* in, std::size_t n) {
-        U8* w = o;
-        const U16* r = in;
-        const int res = u16stou8sConvertSafeLow(&w, o + cap, &r, in + n);
-        return res < 0 ? -1 : w - o;
-    }
 };
-
 template <>
-struct Lib<Enc::U8, Enc::U32> {
+struct Lib<Enc::U8, Enc::U32>
+    : Binding<U8, U32, 1, qelStrUtf8ToUtf32, qelStrUtf8ToUtf32Alloc, qel_u8stou32s, nullptr> {
     static constexpr const char* kName = "UTF-8 → UTF-32";
-    static constexpr std::size_t kGrowth = 1;
-    static qelStrStatus bounded(U32* o, unsigned n, unsigned* len, const U8* in, unsigned inLen) {
-        return qelStrUtf8ToUtf32(lib32(o), n, len, in, inLen);
-    }
-    static qelStrStatus alloc(U32** o, unsigned* len, const U8* in, unsigned inLen) {
-        return qelStrUtf8ToUtf32Alloc(lib32(o), len, in, inLen);
-    }
-    static std::size_t errnoStyle(U32* d, const U8* s, std::size_t n) { return qel_u8stou32s(lib32(d), s, n); }
-    static constexpr bool kHasCore = false;
-    static long core(U32*, std::size_t, const U8*, std::size_t) { return -1; }
 };
-
 template <>
-struct Lib<Enc::U32, Enc::U8> {
+struct Lib<Enc::U32, Enc::U8>
+    : Binding<U32, U8, 4, qelStrUtf32ToUtf8, qelStrUtf32ToUtf8Alloc, qel_u32stou8s, nullptr> {
     static constexpr const char* kName = "UTF-32 → UTF-8";
-    static constexpr std::size_t kGrowth = 4;
-    static qelStrStatus bounded(U8* o, unsigned n, unsigned* len, const U32* in, unsigned inLen) {
-        return qelStrUtf32ToUtf8(o, n, len, lib32(in), inLen);
-    }
-    static qelStrStatus alloc(U8** o, unsigned* len, const U32* in, unsigned inLen) {
-        return qelStrUtf32ToUtf8Alloc(o, len, lib32(in), inLen);
-    }
-    static std::size_t errnoStyle(U8* d, const U32* s, std::size_t n) { return qel_u32stou8s(d, lib32(s), n); }
-    static constexpr bool kHasCore = false;
-    static long core(U8*, std::size_t, const U32*, std::size_t) { return -1; }
 };
-
 template <>
-struct Lib<Enc::U16, Enc::U32> {
+struct Lib<Enc::U16, Enc::U32> : Binding<U16, U32, 1, qelStrUtf16ToUtf32, qelStrUtf16ToUtf32Alloc, qel_u16stou32s,
+                                         u16stou32sConvertSafeLow> {
     static constexpr const char* kName = "UTF-16 → UTF-32";
-    static constexpr std::size_t kGrowth = 1;
-    static qelStrStatus bounded(U32* o, unsigned n, unsigned* len, const U16* in, unsigned inLen) {
-        return qelStrUtf16ToUtf32(lib32(o), n, len, in, inLen);
-    }
-    static qelStrStatus alloc(U32** o, unsigned* len, const U16* in, unsigned inLen) {
-        return qelStrUtf16ToUtf32Alloc(lib32(o), len, in, inLen);
-    }
-    static std::size_t errnoStyle(U32* d, const U16* s, std::size_t n) { return qel_u16stou32s(lib32(d), s, n); }
-    static constexpr bool kHasCore = true;
-    static long core(U32* o, std::size_t cap, const U16* in, std::size_t n) {
-        unsigned int* w = lib32(o);
-        const U16* r = in;
-        const int res = u16stou32sConvertSafeLow(&w, lib32(o) + cap, &r, in + n);
-        return res < 0 ? -1 : w - lib32(o);
-    }
 };
-
 template <>
-struct Lib<Enc::U32, Enc::U16> {
+struct Lib<Enc::U32, Enc::U16> : Binding<U32, U16, 2, qelStrUtf32ToUtf16, qelStrUtf32ToUtf16Alloc, qel_u32stou16s,
+                                         u32stou16sConvertLow> {
     static constexpr const char* kName = "UTF-32 → UTF-16";
-    static constexpr std::size_t kGrowth = 2;
-    static qelStrStatus bounded(U16* o, unsigned n, unsigned* len, const U32* in, unsigned inLen) {
-        return qelStrUtf32ToUtf16(o, n, len, lib32(in), inLen);
-    }
-    static qelStrStatus alloc(U16** o, unsigned* len, const U32* in, unsigned inLen) {
-        return qelStrUtf32ToUtf16Alloc(o, len, lib32(in), inLen);
-    }
-    static std::size_t errnoStyle(U16* d, const U32* s, std::size_t n) { return qel_u32stou16s(d, lib32(s), n); }
-    static constexpr bool kHasCore = true;
-    static long core(U16* o, std::size_t cap, const U32* in, std::size_t n) {
-        U16* w = o;
-        const unsigned int* r = lib32(in);
-        const int res = u32stou16sConvertLow(&w, o + cap, &r, lib32(in) + n);
-        return res < 0 ? -1 : w - o;
-    }
 };
 
 // ---- inputs ---------------------------------------------------------------------
