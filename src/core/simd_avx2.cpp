@@ -1,4 +1,5 @@
-// AVX2 kernels: the kernels of simd_vector_kernels.h on 32-byte vectors.
+// AVX2 kernels: the kernels of simd_vector_kernels.h on 32-byte vectors, and
+// the multi-byte kernels of simd_avx2_text.cpp for four of the pairs.
 // Every function carries its target attribute itself, so that no code
 // outside this file is built for these instructions.
 #include "core/simd.h"
@@ -13,6 +14,7 @@
 #define QEL_VEC_SCAN QEL_VEC_TARGET __attribute__((no_sanitize("address", "thread")))
 
 #include "core/simd_vector_kernels.h"
+#include "core/simd_avx2_text.h"
 
 namespace qel {
 namespace simd {
@@ -60,8 +62,19 @@ private:
     QEL_VEC_TARGET static __m128i high(V v) { return _mm256_extracti128_si256(v, 1); }
 };
 
+// The kernels of simd_vector_kernels.h, but for the cores of UTF-8 into
+// UTF-16 and UTF-32 and of UTF-16 and UTF-32 into UTF-8 those that take
+// multi-byte characters too (simd_avx2_text.cpp).
+constexpr Kernels withTextKernels(Kernels k) {
+    k.u8u16 = {&avx2::utf8ToUtf16Convert, &avx2::utf8ToUtf16Measure};
+    k.u8u32 = {&avx2::utf8ToUtf32Convert, &avx2::utf8ToUtf32Measure};
+    k.u16u8 = {&avx2::utf16ToUtf8Convert, &avx2::utf16ToUtf8Measure};
+    k.u32u8 = {&avx2::utf32ToUtf8Convert, &avx2::utf32ToUtf8Measure};
+    return k;
+}
+
 // Built by the compiler: nothing runs to set it up.
-constexpr Kernels kTable = makeKernels<Avx2>();
+constexpr Kernels kTable = withTextKernels(makeKernels<Avx2>());
 
 }  // namespace
 

@@ -1,0 +1,519 @@
+// AVX2 core kernels for text of multi-byte characters: UTF-8 of one to three
+// bytes per character into UTF-16 and UTF-32, and UTF-16 and UTF-32 of the
+// BMP (no surrogates) into UTF-8. Every function carries its target
+// attribute itself, so that no code outside this file is built for these
+// instructions.
+//
+// A kernel works in two passes over stretches of a few hundred bytes: the
+// first checks whole blocks of 32 bytes and finds how far the characters are
+// whole, well formed and of the kinds taken at once, and how many output
+// units they make; the second converts the checked stretch in steps of 16
+// bytes of UTF-8 or 8 code points. AVX2 has no masked byte or word stores, so
+// a step writes whole vectors, some lanes of which lie past its output; as
+// the output of the checked characters is known, a step runs only where
+// those lanes fall inside it, and every such lane is written over by a later
+// step. The last few characters of a stretch are converted one by one, so
+// that nothing is written past the output of the characters taken.
+//
+// The checks read only inside [p, end): these kernels need no exemption from
+// the sanitizers.
+#include "core/simd_avx2_text.h"
+
+#if defined(__x86_64__) && !defined(QELUTF_SCALAR)
+
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/rules.h"
+
+#define QEL_AVX2 __attribute__((target("avx2,bmi,bmi2,lzcnt,popcnt")))
+
+namespace qel {
+namespace simd {
+namespace avx2 {
+namespace {
+
+using V = __m256i;
+using H = __m128i;
+
+// ---- tables ------------------------------------------------------------------------
+
+struct ShuffleTable {
+    alignas(16) unsigned char row[256][16];
+};
+
+// Row m: the byte indices that gather the 16-bit lanes of an 8-lane vector
+// whose bits are set in m to its start, in order (zeros after them).
+constexpr ShuffleTable makeCompactWords() {
+    ShuffleTable t{};
+    for (unsigned m = 0; m < 256; ++m) {
+        unsigned k = 0;
+        for (unsigned j = 0; j < 8; ++j) {
+            if ((m >> j) & 1u) {
+                t.row[m][k++] = static_cast<unsigned char>(2 * j);
+                t.row[m][k++] = static_cast<unsigned char>(2 * j + 1);
+            }
+        }
+        while (k < 16) t.row[m][k++] = 0x80;
+    }
+    return t;
+}
+
+// Row i, where bits 2j and 2j + 1 of i hold the length less one (0..2) of
+// the UTF-8 form in 32-bit lane j of a 4-lane vector: the byte indices that
+// put those forms one after another (zeros after them).
+constexpr ShuffleTable makePackUtf8() {
+    ShuffleTable t{};
+    for (unsigned i = 0; i < 256; ++i) {
+        unsigned k = 0;
+        for (unsigned j = 0; j < 4; ++j) {
+            const unsigned len = ((i >> (2 * j)) & 3u) + 1;
+            for (unsigned b = 0; b < len && b < 3 && k < 16; ++b) t.row[i][k++] = static_cast<unsigned char>(4 * j + b);
+        }
+        while (k < 16) t.row[i][k++] = 0x80;
+    }
+    return t;
+}
+
+constexpr ShuffleTable kCompactWords = makeCompactWords();
+constexpr ShuffleTable kPackUtf8 = makePackUtf8();
+
+// Bit j of a 4-bit value moved to bit 2j.
+constexpr unsigned char kSpread4[16] = {0x00, 0x01, 0x04, 0x05, 0x10, 0x11, 0x14, 0x15,
+                                        0x40, 0x41, 0x44, 0x45, 0x50, 0x51, 0x54, 0x55};
+
+// Blocks of 32 bytes checked before the checked characters are converted.
+constexpr std::size_t kBlocksPerStretch = 16;
+
+// ---- helpers -----------------------------------------------------------------------
+
+inline std::size_t smaller(std::size_t a, std::size_t b) { return a < b ? a : b; }
+
+QEL_AVX2 inline std::uint32_t lowBits(unsigned n) { return _bzhi_u32(~0u, n); }
+QEL_AVX2 inline unsigned highestBit(std::uint32_t m) { return 31u - _lzcnt_u32(m); }
+QEL_AVX2 inline unsigned lowestBit(std::uint32_t m) { return _tzcnt_u32(m); }
+QEL_AVX2 inline unsigned ones(std::uint32_t m) { return static_cast<unsigned>(_mm_popcnt_u32(m)); }
+QEL_AVX2 inline std::uint32_t bytesOf(V v) { return static_cast<std::uint32_t>(_mm256_movemask_epi8(v)); }
+
+template <class T>
+QEL_AVX2 inline H load128(const T* p) {
+    return _mm_loadu_si128(reinterpret_cast<const H*>(p));
+}
+template <class T>
+QEL_AVX2 inline V load256(const T* p) {
+    return _mm256_loadu_si256(reinterpret_cast<const V*>(p));
+}
+template <class T>
+QEL_AVX2 inline void store128(T* p, H v) {
+    _mm_storeu_si128(reinterpret_cast<H*>(p), v);
+}
+template <class T>
+QEL_AVX2 inline void store256(T* p, V v) {
+    _mm256_storeu_si256(reinterpret_cast<V*>(p), v);
+}
+QEL_AVX2 inline H low(V v) { return _mm256_castsi256_si128(v); }
+QEL_AVX2 inline H high(V v) { return _mm256_extracti128_si256(v, 1); }
+QEL_AVX2 inline V rows(const ShuffleTable& t, unsigned r0, unsigned r1) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(load128(t.row[r0])), load128(t.row[r1]), 1);
+}
+
+QEL_AVX2 inline V bytes(unsigned b) { return _mm256_set1_epi8(static_cast<char>(b)); }
+QEL_AVX2 inline V words(unsigned w) { return _mm256_set1_epi16(static_cast<short>(w)); }
+QEL_AVX2 inline V dwords(unsigned d) { return _mm256_set1_epi32(static_cast<int>(d)); }
+// All ones in the bytes of v from b.
+QEL_AVX2 inline V atLeast(V v, unsigned b) { return _mm256_cmpeq_epi8(_mm256_max_epu8(v, bytes(b)), v); }
+
+// What a checking pass found: the characters from where it started to `end`
+// are whole, well formed and taken at once.
+template <class S>
+struct Checked {
+    const S* end;
+    std::size_t units;    // their output units
+    const S* lastOther;   // a unit of the last of them that is not ASCII, or null
+    bool stopped;         // what follows `end` is not taken (or the limit is near)
+};
+
+// ---- UTF-8 -> UTF-16 and UTF-32 ---------------------------------------------------
+
+// The bytes of a 32-byte block that end a check, as movemask bits: `bad`
+// holds every byte at which something is wrong, `notOwn` those of them at
+// which a character before the byte is wrong (a missing or a stray
+// continuation byte, a second byte out of range). The other bad bytes are
+// lead bytes that are themselves not taken: C0, C1, and from F0 (four-byte
+// characters are left to the per-character code). `prev` is the block
+// before (zeros before a character boundary).
+struct Utf8Checks {
+    std::uint32_t bad;
+    std::uint32_t notOwn;
+    std::uint32_t cont;  // continuation bytes
+};
+
+QEL_AVX2 inline Utf8Checks checkUtf8(V cur, V prev) {
+    const V joined = _mm256_permute2x128_si256(prev, cur, 0x21);
+    const V prev1 = _mm256_alignr_epi8(cur, joined, 15);
+    const V prev2 = _mm256_alignr_epi8(cur, joined, 14);
+    // Continuation bytes, 80..BF, are the bytes below C0 as signed bytes.
+    const V cont = _mm256_cmpgt_epi8(bytes(0xC0), cur);
+    // One must follow a lead byte of two or three bytes, and the one after
+    // that a lead byte of three.
+    const V needed = _mm256_or_si256(atLeast(prev1, 0xC0), atLeast(prev2, 0xE0));
+    const V wrongCont = _mm256_xor_si256(cont, needed);
+    // The second byte after E0 is from A0 (no overlong form), after ED
+    // below A0 (no surrogate).
+    const V fromA0 = atLeast(cur, 0xA0);
+    const V range = _mm256_or_si256(_mm256_andnot_si256(fromA0, _mm256_cmpeq_epi8(prev1, bytes(0xE0))),
+                                    _mm256_and_si256(fromA0, _mm256_cmpeq_epi8(prev1, bytes(0xED))));
+    const V badLead =
+        _mm256_or_si256(atLeast(cur, 0xF0), _mm256_cmpeq_epi8(_mm256_and_si256(cur, bytes(0xFE)), bytes(0xC0)));
+    const std::uint32_t notOwn = bytesOf(_mm256_or_si256(wrongCont, range));
+    return {notOwn | bytesOf(badLead), notOwn, bytesOf(cont)};
+}
+
+// Checks whole blocks of 32 bytes from `from` (a character boundary) while
+// they lie before `limit`, at most `blocks` of them. It ends at the first
+// block that holds anything else than whole, well-formed characters of one
+// to three bytes, before the character at fault (or earlier), or else after
+// the last character that ends in the last block.
+QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, std::size_t blocks) {
+    const u8* b = from;
+    V prev = _mm256_setzero_si256();
+    std::size_t units = 0;  // lead bytes of the blocks, that of a character not yet ended included
+    const u8* lastOther = nullptr;
+    unsigned open = 0;  // bytes at the end of the block before of a character that goes on
+    for (; blocks > 0 && limit - b >= 32; --blocks) {
+        const V cur = load256(b);
+        const std::uint32_t other = bytesOf(cur);
+        if ((other | open) == 0) {
+            units += 32;
+            prev = cur;
+            b += 32;
+            continue;
+        }
+        const Utf8Checks c = checkUtf8(cur, prev);
+        const std::uint32_t leads = ~c.cont;
+        if (c.bad != 0) {
+            const unsigned at = lowestBit(c.bad);
+            unsigned cut = at;  // a lead byte that is itself wrong starts what is not taken
+            if ((c.notOwn >> at) & 1u) {
+                // The character at fault starts at the last lead byte before
+                // the byte, or in the block before.
+                const std::uint32_t before = leads & lowBits(at);
+                if (before == 0) return {b - open, units - (open != 0 ? 1 : 0), lastOther, true};
+                cut = highestBit(before);
+            }
+            const std::uint32_t taken = other & lowBits(cut);
+            if (taken != 0) lastOther = b + highestBit(taken);
+            return {b + cut, units + ones(leads & lowBits(cut)), lastOther, true};
+        }
+        units += ones(leads);
+        open = b[31] >= 0xC0 ? 1 : b[30] >= 0xE0 ? 2 : 0;
+        const std::uint32_t taken = other & lowBits(32 - open);
+        if (taken != 0) lastOther = b + highestBit(taken);
+        prev = cur;
+        b += 32;
+    }
+    return {b - open, units - (open != 0 ? 1 : 0), lastOther, limit - b < 32};
+}
+
+// The sizes of the character that holds the byte at `other` (null: none).
+inline void reportUtf8(const u8* other, SlowChar* last) {
+    if (other == nullptr) return;
+    while (rules::isContinuation(*other)) --other;
+    last->len = rules::utf8LeadLength(*other);
+    last->size = 1;
+}
+
+// Widens 16 or 32 ASCII bytes into units of D.
+template <class D>
+QEL_AVX2 inline void widen16(H in, D* o) {
+    if constexpr (sizeof(D) == 2) {
+        store256(o, _mm256_cvtepu8_epi16(in));
+    } else {
+        store256(o, _mm256_cvtepu8_epi32(in));
+        store256(o + 8, _mm256_cvtepu8_epi32(_mm_srli_si128(in, 8)));
+    }
+}
+template <class D>
+QEL_AVX2 inline void widen32(V in, D* o) {
+    widen16(low(in), o);
+    widen16(high(in), o + 16);
+}
+
+// Converts the characters that start in the 16 bytes at p and end by p + 16
+// (checked characters up to beyond p + 16): at least 14 bytes. Writes 16
+// output units, of which those past the characters' are written over later.
+template <class D>
+QEL_AVX2 inline void utf8Step(const u8*& p, D*& o) {
+    const H in = load128(p);
+    if (_mm_movemask_epi8(in) == 0) {
+        widen16(in, o);
+        p += 16;
+        o += 16;
+        return;
+    }
+    const std::uint32_t cont =
+        static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(0xC0)), in)));
+    const std::uint32_t leads = ~cont & 0xFFFFu;
+    const std::uint32_t nextLead = rules::isContinuation(p[16]) ? 0u : 0x10000u;
+    // Every character has at most three bytes: one starts at 14, 15 or 16.
+    const unsigned taken = highestBit((leads | nextLead) & ~1u);
+    const std::uint32_t keep = leads & lowBits(taken);
+    // The code point of the character at each byte, in 16-bit lanes.
+    const V b0 = _mm256_cvtepu8_epi16(in);
+    const V b1 = _mm256_cvtepu8_epi16(_mm_srli_si128(in, 1));
+    const V b2 = _mm256_cvtepu8_epi16(_mm_srli_si128(in, 2));
+    const V low6 = words(0x3F);
+    const V t1 = _mm256_and_si256(b1, low6);
+    const V t2 = _mm256_and_si256(b2, low6);
+    const V two = _mm256_or_si256(_mm256_and_si256(_mm256_slli_epi16(b0, 6), words(0x7C0)), t1);
+    const V three = _mm256_or_si256(_mm256_or_si256(_mm256_slli_epi16(b0, 12), _mm256_slli_epi16(t1, 6)), t2);
+    const V cp = _mm256_blendv_epi8(_mm256_blendv_epi8(two, three, _mm256_cmpgt_epi16(b0, words(0xDF))), b0,
+                                    _mm256_cmpgt_epi16(words(0x80), b0));
+    // The lanes of the lead bytes, gathered in each half.
+    const unsigned k0 = keep & 0xFFu, k1 = keep >> 8;
+    const V packed = _mm256_shuffle_epi8(cp, rows(kCompactWords, k0, k1));
+    const unsigned c0 = ones(k0);
+    if constexpr (sizeof(D) == 2) {
+        store128(o, low(packed));
+        store128(o + c0, high(packed));
+    } else {
+        store256(o, _mm256_cvtepu16_epi32(low(packed)));
+        store256(o + c0, _mm256_cvtepu16_epi32(high(packed)));
+    }
+    p += taken;
+    o += c0 + ones(k1);
+}
+
+template <class D>
+QEL_AVX2 void utf8Convert(const u8** pp, const u8* end, D** oo, const D* outEnd, SlowChar* last) {
+    const u8* p = *pp;
+    D* o = *oo;
+    // Output units never outnumber input bytes.
+    const u8* const limit =
+        p + smaller(static_cast<std::size_t>(end - p) - 1, static_cast<std::size_t>(outEnd - o) - 1);
+    const u8* checked = p;  // the characters from p to here are checked
+    D* filled = o;          // and their output ends here
+    const u8* lastOther = nullptr;
+    for (;;) {
+        if (p == checked) {
+            // Whole blocks of ASCII in one pass.
+            while (limit - p >= 32) {
+                const V in = load256(p);
+                if (bytesOf(in) != 0) break;
+                widen32(in, o);
+                p += 32;
+                o += 32;
+            }
+            checked = p;
+            filled = o;
+        }
+        const Checked<u8> c = checkUtf8Stretch(checked, limit, kBlocksPerStretch);
+        if (c.lastOther != nullptr) lastOther = c.lastOther;
+        checked = c.end;
+        filled += c.units;
+        // A step reads one byte past its 16 and writes 16 units.
+        while (checked - p > 16 && filled - o >= 16) utf8Step(p, o);
+        if (c.stopped) break;
+    }
+    while (p != checked) {
+        u32 cp = 0;
+        p += rules::decodeUtf8(p, checked, cp);
+        *o++ = static_cast<D>(cp);
+    }
+    reportUtf8(lastOther, last);
+    *pp = p;
+    *oo = o;
+}
+
+// Characters of one to three bytes are one unit in UTF-16 as in UTF-32.
+QEL_AVX2 void utf8Measure(const u8** pp, const u8* end, unsigned int* n, SlowChar* last) {
+    const Checked<u8> c = checkUtf8Stretch(*pp, end - 1, SIZE_MAX);
+    *n += static_cast<unsigned int>(c.units);
+    reportUtf8(c.lastOther, last);
+    *pp = c.end;
+}
+
+// ---- UTF-16 and UTF-32 -> UTF-8 ---------------------------------------------------
+
+// Movemask bits (sizeof(S) per lane) of the lanes of a vector of units of S
+// that are not taken (surrogates, and in UTF-32 anything from 0x10000), and
+// of those from 0x80 and from 0x800.
+struct BmpLanes {
+    std::uint32_t other, from80, from800;
+};
+
+template <class S>
+QEL_AVX2 inline BmpLanes bmpLanes(V v) {
+    if constexpr (sizeof(S) == 2) {
+        const V sur = _mm256_cmpeq_epi16(_mm256_and_si256(v, words(0xF800)), words(0xD800));
+        return {bytesOf(sur), bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x80)), v)),
+                bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x800)), v))};
+    } else {
+        const V d = _mm256_sub_epi32(v, dwords(0xD800));
+        const V sur = _mm256_cmpeq_epi32(_mm256_min_epu32(d, dwords(0x7FF)), d);
+        const V big = _mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x10000)), v);
+        return {bytesOf(_mm256_or_si256(sur, big)), bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x80)), v)),
+                bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x800)), v))};
+    }
+}
+
+// Checks whole blocks of 32 bytes from `from` while they lie before `limit`,
+// at most `blocks` of them, and their UTF-8 at most `room` bytes. It ends
+// before the first unit that is not a code point of the BMP, or before the
+// first block whose UTF-8 would not fit.
+template <class S>
+QEL_AVX2 inline Checked<S> checkBmpStretch(const S* from, const S* limit, std::size_t room, std::size_t blocks) {
+    constexpr std::ptrdiff_t kLanes = 32 / sizeof(S);
+    const S* b = from;
+    std::size_t units = 0;
+    const S* lastOther = nullptr;
+    for (; blocks > 0 && limit - b >= kLanes; --blocks) {
+        const BmpLanes m = bmpLanes<S>(load256(b));
+        const unsigned lanes = m.other == 0 ? unsigned{kLanes} : lowestBit(m.other) / unsigned{sizeof(S)};
+        const std::uint32_t in = lowBits(lanes * unsigned{sizeof(S)});
+        const std::size_t more = lanes + (ones(m.from80 & in) + ones(m.from800 & in)) / sizeof(S);
+        if (units + more > room) return {b, units, lastOther, true};
+        units += more;
+        if ((m.from80 & in) != 0) lastOther = b + highestBit(m.from80 & in) / sizeof(S);
+        b += lanes;
+        if (lanes != kLanes) return {b, units, lastOther, true};
+    }
+    return {b, units, lastOther, limit - b < kLanes};
+}
+
+template <class S>
+inline void reportBmp(const S* other, SlowChar* last) {
+    if (other == nullptr) return;
+    last->len = 1;
+    last->size = rules::utf8Size(*other);
+}
+
+// Writes 8 code points of the BMP (no surrogates) in 32-bit lanes as UTF-8.
+// Writes up to 28 bytes, of which those past the forms' are written over
+// later.
+QEL_AVX2 inline unsigned storeUtf8(V u, char* o) {
+    const V from80 = _mm256_cmpgt_epi32(u, dwords(0x7F));
+    const V from800 = _mm256_cmpgt_epi32(u, dwords(0x7FF));
+    const unsigned m2 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from80)));
+    const unsigned m3 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from800)));
+    if (m2 == 0) {
+        const H w = _mm_packus_epi32(low(u), high(u));
+        _mm_storel_epi64(reinterpret_cast<H*>(o), _mm_packus_epi16(w, w));
+        return 8;
+    }
+    // The form of each code point in its lane, first byte lowest.
+    const V low6 = dwords(0x3F), cont = dwords(0x80);
+    const V last = _mm256_or_si256(_mm256_and_si256(u, low6), cont);
+    const V mid = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi32(u, 6), low6), cont);
+    const V two = _mm256_or_si256(_mm256_or_si256(_mm256_srli_epi32(u, 6), dwords(0xC0)), _mm256_slli_epi32(last, 8));
+    const V three = _mm256_or_si256(_mm256_or_si256(_mm256_srli_epi32(u, 12), dwords(0xE0)),
+                                    _mm256_or_si256(_mm256_slli_epi32(mid, 8), _mm256_slli_epi32(last, 16)));
+    const V forms = _mm256_blendv_epi8(_mm256_blendv_epi8(u, two, from80), three, from800);
+    const V packed = _mm256_shuffle_epi8(
+        forms, rows(kPackUtf8, kSpread4[m2 & 15u] + kSpread4[m3 & 15u], kSpread4[m2 >> 4] + kSpread4[m3 >> 4]));
+    const unsigned c0 = 4 + ones(m2 & 15u) + ones(m3 & 15u);
+    store128(o, low(packed));
+    store128(o + c0, high(packed));
+    return 8 + ones(m2) + ones(m3);
+}
+
+template <class S>
+QEL_AVX2 inline V codePoints8(const S* p) {
+    if constexpr (sizeof(S) == 2) {
+        return _mm256_cvtepu16_epi32(load128(p));
+    } else {
+        return load256(p);
+    }
+}
+
+template <class S>
+QEL_AVX2 void bmpToUtf8Convert(const S** pp, const S* end, char** oo, const char* outEnd, SlowChar* last) {
+    constexpr std::ptrdiff_t kLanes = 32 / sizeof(S);
+    const S* p = *pp;
+    char* o = *oo;
+    const S* const limit = end - 1;
+    std::size_t room = static_cast<std::size_t>(outEnd - o) - 1;
+    const S* checked = p;  // the units from p to here are checked
+    char* filled = o;      // and their UTF-8 ends here
+    const S* lastOther = nullptr;
+    for (;;) {
+        if (p == checked) {
+            // Whole blocks of ASCII in one pass.
+            const V nonAscii = sizeof(S) == 2 ? words(0xFF80) : dwords(0xFFFFFF80u);
+            while (limit - p >= kLanes && room >= static_cast<std::size_t>(kLanes)) {
+                const V in = load256(p);
+                if (!_mm256_testz_si256(in, nonAscii)) break;
+                if constexpr (sizeof(S) == 2) {
+                    store128(o, _mm_packus_epi16(low(in), high(in)));
+                } else {
+                    const H w = _mm_packus_epi32(low(in), high(in));
+                    _mm_storel_epi64(reinterpret_cast<H*>(o), _mm_packus_epi16(w, w));
+                }
+                p += kLanes;
+                o += kLanes;
+                room -= static_cast<std::size_t>(kLanes);
+            }
+            checked = p;
+            filled = o;
+        }
+        const Checked<S> c = checkBmpStretch(checked, limit, room, kBlocksPerStretch);
+        if (c.lastOther != nullptr) lastOther = c.lastOther;
+        checked = c.end;
+        filled += c.units;
+        room -= c.units;
+        while (checked - p >= 8 && filled - o >= 28) {
+            o += storeUtf8(codePoints8(p), o);
+            p += 8;
+        }
+        if (c.stopped) break;
+    }
+    while (p != checked) o += rules::encodeUtf8(static_cast<u32>(*p++), o);
+    reportBmp(lastOther, last);
+    *pp = p;
+    *oo = o;
+}
+
+template <class S>
+QEL_AVX2 void bmpToUtf8Measure(const S** pp, const S* end, unsigned int* n, SlowChar* last) {
+    const Checked<S> c = checkBmpStretch(*pp, end - 1, SIZE_MAX, SIZE_MAX);
+    *n += static_cast<unsigned int>(c.units);
+    reportBmp(c.lastOther, last);
+    *pp = c.end;
+}
+
+}  // namespace
+
+QEL_AVX2 void utf8ToUtf16Convert(const u8** p, const u8* end, u16** o, const u16* outEnd, SlowChar* last) noexcept {
+    utf8Convert(p, end, o, outEnd, last);
+}
+QEL_AVX2 void utf8ToUtf16Measure(const u8** p, const u8* end, unsigned int* n, SlowChar* last) noexcept {
+    utf8Measure(p, end, n, last);
+}
+QEL_AVX2 void utf8ToUtf32Convert(const u8** p, const u8* end, u32** o, const u32* outEnd, SlowChar* last) noexcept {
+    utf8Convert(p, end, o, outEnd, last);
+}
+QEL_AVX2 void utf8ToUtf32Measure(const u8** p, const u8* end, unsigned int* n, SlowChar* last) noexcept {
+    utf8Measure(p, end, n, last);
+}
+QEL_AVX2 void utf16ToUtf8Convert(const u16** p, const u16* end, char** o, const char* outEnd,
+                                 SlowChar* last) noexcept {
+    bmpToUtf8Convert(p, end, o, outEnd, last);
+}
+QEL_AVX2 void utf16ToUtf8Measure(const u16** p, const u16* end, unsigned int* n, SlowChar* last) noexcept {
+    bmpToUtf8Measure(p, end, n, last);
+}
+QEL_AVX2 void utf32ToUtf8Convert(const u32** p, const u32* end, char** o, const char* outEnd,
+                                 SlowChar* last) noexcept {
+    bmpToUtf8Convert(p, end, o, outEnd, last);
+}
+QEL_AVX2 void utf32ToUtf8Measure(const u32** p, const u32* end, unsigned int* n, SlowChar* last) noexcept {
+    bmpToUtf8Measure(p, end, n, last);
+}
+
+}  // namespace avx2
+}  // namespace simd
+}  // namespace qel
+
+#endif

@@ -1,0 +1,29 @@
+// The AVX2 core kernels of the pairs whose text is mostly multi-byte
+// characters (simd_avx2_text.cpp): UTF-8 into UTF-16 and UTF-32, and UTF-16
+// and UTF-32 into UTF-8. simd_avx2.cpp puts them in the AVX2 table in place
+// of the ASCII-only kernels of simd_vector_kernels.h. Each keeps the contract
+// of the core kernels in simd.h.
+#pragma once
+
+#include "core/simd.h"
+
+#if defined(__x86_64__) && !defined(QELUTF_SCALAR)
+
+namespace qel {
+namespace simd {
+namespace avx2 {
+
+void utf8ToUtf16Convert(const u8** p, const u8* end, u16** o, const u16* outEnd, SlowChar* last) noexcept;
+void utf8ToUtf16Measure(const u8** p, const u8* end, unsigned int* n, SlowChar* last) noexcept;
+void utf8ToUtf32Convert(const u8** p, const u8* end, u32** o, const u32* outEnd, SlowChar* last) noexcept;
+void utf8ToUtf32Measure(const u8** p, const u8* end, unsigned int* n, SlowChar* last) noexcept;
+void utf16ToUtf8Convert(const u16** p, const u16* end, char** o, const char* outEnd, SlowChar* last) noexcept;
+void utf16ToUtf8Measure(const u16** p, const u16* end, unsigned int* n, SlowChar* last) noexcept;
+void utf32ToUtf8Convert(const u32** p, const u32* end, char** o, const char* outEnd, SlowChar* last) noexcept;
+void utf32ToUtf8Measure(const u32** p, const u32* end, unsigned int* n, SlowChar* last) noexcept;
+
+}  // namespace avx2
+}  // namespace simd
+}  // namespace qel
+
+#endif
