@@ -505,7 +505,7 @@ QEL_AVX512 inline unsigned writeThreeByteBlock(V in, D* o) {
 // the units written.
 template <class D>
 QEL_AVX512 inline unsigned writeFast(const FastBlock& blk, D* o) {
-    if (sizeof(D) == 4 && blk.lead == kEveryThirdOf63 && blk.three == blk.lead && blk.four == 0)
+    if (blk.lead == kEveryThirdOf63 && blk.three == blk.lead && blk.four == 0)
         return writeThreeByteBlock(blk.in, o);
     if constexpr (sizeof(D) == 2) {
         const std::uint64_t units = blk.lead | (blk.four << 1);
@@ -1411,7 +1411,11 @@ struct NothingCarried {
 template <class D>
 struct Utf8Text : NothingCarried {
     static constexpr std::size_t kPerUnit = 1;
-    QEL_AVX512 std::size_t take(const u8* p, V in, std::size_t n, D*& o, bool& more, bool /*ahead*/) {
+    // Inlined into convertText (which it would not be by its size), with the
+    // same sanitizer attributes: a sanitized function forced into an
+    // unsanitized one leaves its stack marks behind.
+    QEL_AVX512_SCAN __attribute__((always_inline)) std::size_t take(const u8* p, V in, std::size_t n, D*& o,
+                                                                    bool& more, bool /*ahead*/) {
         more = true;
         if ((_mm512_movepi8_mask(in) & low64(n)) == 0) {
             if constexpr (sizeof(D) == 2) {
