@@ -185,12 +185,6 @@ QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, st
     for (; blocks > 0 && limit - b >= 32; --blocks) {
         const V cur = load256(b);
         const std::uint32_t other = bytesOf(cur);
-        if ((other | open) == 0) {
-            units += 32;
-            prev = cur;
-            b += 32;
-            continue;
-        }
         const Utf8Checks c = checkUtf8(cur, prev);
         const std::uint32_t leads = ~c.cont;
         if (c.bad != 0) {
@@ -241,32 +235,24 @@ QEL_AVX2 inline void widen32(V in, D* o) {
     widen16(high(in), o + 16);
 }
 
-// Converts the characters that start in the 16 bytes at p and end by p + 16
-// (checked characters up to beyond p + 16): at least 14 bytes. Writes 16
-// output units, of which those past the characters' are written over later.
+// Converts the characters whose lead bytes are among the 16 bytes at q
+// (which may start inside a character: its continuation bytes are left
+// out), all of them checked characters that end by q + 18, and returns the
+// units written. Writes 16 output units, of which those past the
+// characters' are written over later. The 16 bytes at q and the two vectors
+// of their next bytes are loaded from fixed places, so that one step need
+// not wait on the one before.
 template <class D>
-QEL_AVX2 inline void utf8Step(const u8*& p, D*& o) {
-    const H in = load128(p);
-    if (_mm_movemask_epi8(in) == 0) {
-        widen16(in, o);
-        p += 16;
-        o += 16;
-        return;
-    }
+QEL_AVX2 inline unsigned utf8Step(const u8* q, D* o) {
+    const H in = load128(q);
     const std::uint32_t cont =
         static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(0xC0)), in)));
-    const std::uint32_t leads = ~cont & 0xFFFFu;
-    const std::uint32_t nextLead = rules::isContinuation(p[16]) ? 0u : 0x10000u;
-    // Every character has at most three bytes: one starts at 14, 15 or 16.
-    const unsigned taken = highestBit((leads | nextLead) & ~1u);
-    const std::uint32_t keep = leads & lowBits(taken);
-    // The code point of the character at each byte, in 16-bit lanes.
+    const std::uint32_t keep = ~cont & 0xFFFFu;
+    // The code point of the character at each lead byte, in 16-bit lanes.
     const V b0 = _mm256_cvtepu8_epi16(in);
-    const V b1 = _mm256_cvtepu8_epi16(_mm_srli_si128(in, 1));
-    const V b2 = _mm256_cvtepu8_epi16(_mm_srli_si128(in, 2));
     const V low6 = words(0x3F);
-    const V t1 = _mm256_and_si256(b1, low6);
-    const V t2 = _mm256_and_si256(b2, low6);
+    const V t1 = _mm256_and_si256(_mm256_cvtepu8_epi16(load128(q + 1)), low6);
+    const V t2 = _mm256_and_si256(_mm256_cvtepu8_epi16(load128(q + 2)), low6);
     const V two = _mm256_or_si256(_mm256_and_si256(_mm256_slli_epi16(b0, 6), words(0x7C0)), t1);
     const V three = _mm256_or_si256(_mm256_or_si256(_mm256_slli_epi16(b0, 12), _mm256_slli_epi16(t1, 6)), t2);
     const V cp = _mm256_blendv_epi8(_mm256_blendv_epi8(two, three, _mm256_cmpgt_epi16(b0, words(0xDF))), b0,
@@ -282,8 +268,7 @@ QEL_AVX2 inline void utf8Step(const u8*& p, D*& o) {
         store256(o, _mm256_cvtepu16_epi32(low(packed)));
         store256(o + c0, _mm256_cvtepu16_epi32(high(packed)));
     }
-    p += taken;
-    o += c0 + ones(k1);
+    return c0 + ones(k1);
 }
 
 template <class D>
@@ -313,8 +298,15 @@ QEL_AVX2 void utf8Convert(const u8** pp, const u8* end, D** oo, const D* outEnd,
         if (c.lastOther != nullptr) lastOther = c.lastOther;
         checked = c.end;
         filled += c.units;
-        // A step reads one byte past its 16 and writes 16 units.
-        while (checked - p > 16 && filled - o >= 16) utf8Step(p, o);
+        // A step reads two bytes past its 16 and writes 16 units. Where the
+        // steps end, p moves on past the character that they took last.
+        if (checked - p >= 18 && filled - o >= 16) {
+            do {
+                o += utf8Step(p, o);
+                p += 16;
+            } while (checked - p >= 18 && filled - o >= 16);
+            while (rules::isContinuation(*p)) ++p;
+        }
         if (c.stopped) break;
     }
     while (p != checked) {
@@ -398,11 +390,6 @@ QEL_AVX2 inline unsigned storeUtf8(V u, char* o) {
     const V from800 = _mm256_cmpgt_epi32(u, dwords(0x7FF));
     const unsigned m2 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from80)));
     const unsigned m3 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from800)));
-    if (m2 == 0) {
-        const H w = _mm_packus_epi32(low(u), high(u));
-        _mm_storel_epi64(reinterpret_cast<H*>(o), _mm_packus_epi16(w, w));
-        return 8;
-    }
     // The form of each code point in its lane, first byte lowest.
     const V low6 = dwords(0x3F), cont = dwords(0x80);
     const V last = _mm256_or_si256(_mm256_and_si256(u, low6), cont);
