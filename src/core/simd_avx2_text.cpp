@@ -1,8 +1,7 @@
-// AVX2 core kernels for text of multi-byte characters: UTF-8 of one to three
-// bytes per character into UTF-16 and UTF-32, and UTF-16 and UTF-32 of the
-// BMP (no surrogates) into UTF-8. Every function carries its target
-// attribute itself, so that no code outside this file is built for these
-// instructions.
+// AVX2 core kernels for text of multi-byte characters: UTF-8 into UTF-16 and
+// UTF-32, and UTF-16 and UTF-32 of the BMP (no surrogates) into UTF-8. Every
+// function carries its target attribute itself, so that no code outside this
+// file is built for these instructions.
 //
 // A kernel works in two passes over stretches of a few hundred bytes: the
 // first checks whole blocks of 32 bytes and finds how far the characters are
@@ -141,47 +140,56 @@ struct Checked {
 // holds every byte at which something is wrong, `notOwn` those of them at
 // which a character before the byte is wrong (a missing or a stray
 // continuation byte, a second byte out of range). The other bad bytes are
-// lead bytes that are themselves not taken: C0, C1, and from F0 (four-byte
-// characters are left to the per-character code). `prev` is the block
-// before (zeros before a character boundary).
+// lead bytes that are wrong themselves: C0, C1, and from F5. `prev` is the
+// block before (zeros before a character boundary).
 struct Utf8Checks {
     std::uint32_t bad;
     std::uint32_t notOwn;
     std::uint32_t cont;  // continuation bytes
+    std::uint32_t four;  // lead bytes of four-byte characters
 };
 
 QEL_AVX2 inline Utf8Checks checkUtf8(V cur, V prev) {
     const V joined = _mm256_permute2x128_si256(prev, cur, 0x21);
     const V prev1 = _mm256_alignr_epi8(cur, joined, 15);
     const V prev2 = _mm256_alignr_epi8(cur, joined, 14);
+    const V prev3 = _mm256_alignr_epi8(cur, joined, 13);
     // Continuation bytes, 80..BF, are the bytes below C0 as signed bytes.
     const V cont = _mm256_cmpgt_epi8(bytes(0xC0), cur);
-    // One must follow a lead byte of two or three bytes, and the one after
-    // that a lead byte of three.
-    const V needed = _mm256_or_si256(atLeast(prev1, 0xC0), atLeast(prev2, 0xE0));
+    // One must follow a lead byte of two to four bytes, the next one a lead
+    // byte of three or four, and the one after that a lead byte of four.
+    const V needed =
+        _mm256_or_si256(_mm256_or_si256(atLeast(prev1, 0xC0), atLeast(prev2, 0xE0)), atLeast(prev3, 0xF0));
     const V wrongCont = _mm256_xor_si256(cont, needed);
     // The second byte after E0 is from A0 (no overlong form), after ED
-    // below A0 (no surrogate).
+    // below A0 (no surrogate), after F0 from 90 (no overlong form), after F4
+    // below 90 (nothing above U+10FFFF).
     const V fromA0 = atLeast(cur, 0xA0);
-    const V range = _mm256_or_si256(_mm256_andnot_si256(fromA0, _mm256_cmpeq_epi8(prev1, bytes(0xE0))),
-                                    _mm256_and_si256(fromA0, _mm256_cmpeq_epi8(prev1, bytes(0xED))));
+    const V from90 = atLeast(cur, 0x90);
+    const V range3 = _mm256_or_si256(_mm256_andnot_si256(fromA0, _mm256_cmpeq_epi8(prev1, bytes(0xE0))),
+                                     _mm256_and_si256(fromA0, _mm256_cmpeq_epi8(prev1, bytes(0xED))));
+    const V range4 = _mm256_or_si256(_mm256_andnot_si256(from90, _mm256_cmpeq_epi8(prev1, bytes(0xF0))),
+                                     _mm256_and_si256(from90, _mm256_cmpeq_epi8(prev1, bytes(0xF4))));
     const V badLead =
-        _mm256_or_si256(atLeast(cur, 0xF0), _mm256_cmpeq_epi8(_mm256_and_si256(cur, bytes(0xFE)), bytes(0xC0)));
-    const std::uint32_t notOwn = bytesOf(_mm256_or_si256(wrongCont, range));
-    return {notOwn | bytesOf(badLead), notOwn, bytesOf(cont)};
+        _mm256_or_si256(atLeast(cur, 0xF5), _mm256_cmpeq_epi8(_mm256_and_si256(cur, bytes(0xFE)), bytes(0xC0)));
+    const std::uint32_t notOwn = bytesOf(_mm256_or_si256(wrongCont, _mm256_or_si256(range3, range4)));
+    return {notOwn | bytesOf(badLead), notOwn, bytesOf(cont), bytesOf(atLeast(cur, 0xF0))};
 }
 
 // Checks whole blocks of 32 bytes from `from` (a character boundary) while
 // they lie before `limit`, at most `blocks` of them. It ends at the first
-// block that holds anything else than whole, well-formed characters of one
-// to three bytes, before the character at fault (or earlier), or else after
-// the last character that ends in the last block.
+// block that holds anything else than whole, well-formed characters, before
+// the character at fault (or earlier), or else after the last character
+// that ends in the last block. Units are counted in UTF-16 (kUtf16) or
+// UTF-32.
+template <bool kUtf16>
 QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, std::size_t blocks) {
     const u8* b = from;
     V prev = _mm256_setzero_si256();
-    std::size_t units = 0;  // lead bytes of the blocks, that of a character not yet ended included
+    std::size_t units = 0;  // those of the blocks' lead bytes, that of a character not yet ended included
     const u8* lastOther = nullptr;
-    unsigned open = 0;  // bytes at the end of the block before of a character that goes on
+    unsigned open = 0;       // bytes at the end of the block before of a character that goes on
+    unsigned openUnits = 0;  // and its units
     for (; blocks > 0 && limit - b >= 32; --blocks) {
         const V cur = load256(b);
         const std::uint32_t other = bytesOf(cur);
@@ -189,34 +197,36 @@ QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, st
         const std::uint32_t leads = ~c.cont;
         if (c.bad != 0) {
             const unsigned at = lowestBit(c.bad);
-            unsigned cut = at;  // a lead byte that is itself wrong starts what is not taken
+            unsigned cut = at;  // a lead byte that is wrong itself starts what is not taken
             if ((c.notOwn >> at) & 1u) {
                 // The character at fault starts at the last lead byte before
                 // the byte, or in the block before.
                 const std::uint32_t before = leads & lowBits(at);
-                if (before == 0) return {b - open, units - (open != 0 ? 1 : 0), lastOther, true};
+                if (before == 0) return {b - open, units - openUnits, lastOther, true};
                 cut = highestBit(before);
             }
             const std::uint32_t taken = other & lowBits(cut);
             if (taken != 0) lastOther = b + highestBit(taken);
-            return {b + cut, units + ones(leads & lowBits(cut)), lastOther, true};
+            units += ones(leads & lowBits(cut)) + (kUtf16 ? ones(c.four & lowBits(cut)) : 0);
+            return {b + cut, units, lastOther, true};
         }
-        units += ones(leads);
-        open = b[31] >= 0xC0 ? 1 : b[30] >= 0xE0 ? 2 : 0;
+        units += ones(leads) + (kUtf16 ? ones(c.four) : 0);
+        open = b[31] >= 0xC0 ? 1 : b[30] >= 0xE0 ? 2 : b[29] >= 0xF0 ? 3 : 0;
+        openUnits = open == 0 ? 0 : kUtf16 && b[32 - open] >= 0xF0 ? 2 : 1;
         const std::uint32_t taken = other & lowBits(32 - open);
         if (taken != 0) lastOther = b + highestBit(taken);
         prev = cur;
         b += 32;
     }
-    return {b - open, units - (open != 0 ? 1 : 0), lastOther, limit - b < 32};
+    return {b - open, units - openUnits, lastOther, limit - b < 32};
 }
 
 // The sizes of the character that holds the byte at `other` (null: none).
-inline void reportUtf8(const u8* other, SlowChar* last) {
+inline void reportUtf8(const u8* other, bool utf16, SlowChar* last) {
     if (other == nullptr) return;
     while (rules::isContinuation(*other)) --other;
     last->len = rules::utf8LeadLength(*other);
-    last->size = 1;
+    last->size = utf16 && last->len == 4 ? 2 : 1;
 }
 
 // Widens 16 or 32 ASCII bytes into units of D.
@@ -235,19 +245,49 @@ QEL_AVX2 inline void widen32(V in, D* o) {
     widen16(high(in), o + 16);
 }
 
+// Gathers the 16-bit lanes in `keep` of each half of `values` to its start
+// and writes them at o as units of D, those of the first half first (and
+// those of `highBits`, bits 16..20 of code points, into UTF-32 with them
+// when `hasHigh`).
+// Writes 16 output units, of which those past the lanes' are written over
+// later. Returns the units of the lanes.
+template <class D>
+QEL_AVX2 inline unsigned storeLanes(V values, V highBits, bool hasHigh, std::uint32_t keep, D* o) {
+    const unsigned k0 = keep & 0xFFu, k1 = keep >> 8;
+    const V shuffle = rows(kCompactWords, k0, k1);
+    const V packed = _mm256_shuffle_epi8(values, shuffle);
+    const unsigned c0 = ones(k0);
+    if constexpr (sizeof(D) == 2) {
+        store128(o, low(packed));
+        store128(o + c0, high(packed));
+    } else if (!hasHigh) {
+        store256(o, _mm256_cvtepu16_epi32(low(packed)));
+        store256(o + c0, _mm256_cvtepu16_epi32(high(packed)));
+    } else {
+        const V packedHigh = _mm256_shuffle_epi8(highBits, shuffle);
+        const V first = _mm256_unpacklo_epi16(packed, packedHigh);
+        const V second = _mm256_unpackhi_epi16(packed, packedHigh);
+        store256(o, _mm256_permute2x128_si256(first, second, 0x20));
+        store256(o + c0, _mm256_permute2x128_si256(first, second, 0x31));
+    }
+    return c0 + ones(k1);
+}
+
 // Converts the characters whose lead bytes are among the 16 bytes at q
 // (which may start inside a character: its continuation bytes are left
-// out), all of them checked characters that end by q + 18, and returns the
-// units written. Writes 16 output units, of which those past the
-// characters' are written over later. The 16 bytes at q and the two vectors
-// of their next bytes are loaded from fixed places, so that one step need
-// not wait on the one before.
+// out), all of them checked characters, and returns the units written. It
+// writes 16 output units, of which those past the characters' are written
+// over later. The 16 bytes at q and the vectors of their next bytes are
+// loaded from fixed places, so that one step need not wait on the one
+// before.
 template <class D>
 QEL_AVX2 inline unsigned utf8Step(const u8* q, D* o) {
     const H in = load128(q);
     const std::uint32_t cont =
         static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(0xC0)), in)));
-    const std::uint32_t keep = ~cont & 0xFFFFu;
+    const std::uint32_t leads = ~cont & 0xFFFFu;
+    const std::uint32_t four = static_cast<std::uint32_t>(
+        _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_max_epu8(in, _mm_set1_epi8(static_cast<char>(0xF0))), in)));
     // The code point of the character at each lead byte, in 16-bit lanes.
     const V b0 = _mm256_cvtepu8_epi16(in);
     const V low6 = words(0x3F);
@@ -255,20 +295,41 @@ QEL_AVX2 inline unsigned utf8Step(const u8* q, D* o) {
     const V t2 = _mm256_and_si256(_mm256_cvtepu8_epi16(load128(q + 2)), low6);
     const V two = _mm256_or_si256(_mm256_and_si256(_mm256_slli_epi16(b0, 6), words(0x7C0)), t1);
     const V three = _mm256_or_si256(_mm256_or_si256(_mm256_slli_epi16(b0, 12), _mm256_slli_epi16(t1, 6)), t2);
-    const V cp = _mm256_blendv_epi8(_mm256_blendv_epi8(two, three, _mm256_cmpgt_epi16(b0, words(0xDF))), b0,
-                                    _mm256_cmpgt_epi16(words(0x80), b0));
-    // The lanes of the lead bytes, gathered in each half.
-    const unsigned k0 = keep & 0xFFu, k1 = keep >> 8;
-    const V packed = _mm256_shuffle_epi8(cp, rows(kCompactWords, k0, k1));
-    const unsigned c0 = ones(k0);
+    V cp = _mm256_blendv_epi8(_mm256_blendv_epi8(two, three, _mm256_cmpgt_epi16(b0, words(0xDF))), b0,
+                              _mm256_cmpgt_epi16(words(0x80), b0));
+    if (four == 0) return storeLanes(cp, cp, false, leads, o);
+    const V isFour = _mm256_cmpgt_epi16(b0, words(0xEF));
     if constexpr (sizeof(D) == 2) {
-        store128(o, low(packed));
-        store128(o + c0, high(packed));
+        // The high surrogate of a four-byte character on its lead byte,
+        // D7C0 + (cp >> 10); its low surrogate on the byte after it, from
+        // the two bytes that follow that one.
+        const V highHalf = _mm256_add_epi16(
+            _mm256_or_si256(_mm256_or_si256(_mm256_slli_epi16(_mm256_and_si256(b0, words(7)), 8),
+                                            _mm256_slli_epi16(t1, 2)),
+                            _mm256_srli_epi16(t2, 4)),
+            words(0xD7C0));
+        const V lowHalf =
+            _mm256_or_si256(_mm256_or_si256(_mm256_slli_epi16(_mm256_and_si256(t1, words(0xF)), 6), t2), words(0xDC00));
+        const V afterFour = _mm256_cmpgt_epi16(_mm256_cvtepu8_epi16(_mm_slli_si128(in, 1)), words(0xEF));
+        cp = _mm256_blendv_epi8(_mm256_blendv_epi8(cp, highHalf, isFour), lowHalf, afterFour);
+        // A character whose low surrogate would be the 17th lane is written
+        // after the others, by itself.
+        const std::uint32_t last16 = four & 0x8000u;
+        unsigned n = storeLanes(cp, cp, false, (leads & ~last16) | ((four & ~last16) << 1), o);
+        if (last16 != 0) {
+            u32 c = 0;
+            rules::decodeUtf8(q + 15, q + 19, c);
+            n += static_cast<unsigned>(rules::encodeUtf16(c, o + n));
+        }
+        return n;
     } else {
-        store256(o, _mm256_cvtepu16_epi32(low(packed)));
-        store256(o + c0, _mm256_cvtepu16_epi32(high(packed)));
+        // Bits 0..15 of the code point of a four-byte character, and 16..20.
+        const V t3 = _mm256_and_si256(_mm256_cvtepu8_epi16(load128(q + 3)), low6);
+        const V low16 = _mm256_or_si256(_mm256_or_si256(_mm256_slli_epi16(t1, 12), _mm256_slli_epi16(t2, 6)), t3);
+        const V high5 = _mm256_and_si256(
+            _mm256_or_si256(_mm256_slli_epi16(_mm256_and_si256(b0, words(7)), 2), _mm256_srli_epi16(t1, 4)), isFour);
+        return storeLanes(_mm256_blendv_epi8(cp, low16, isFour), high5, true, leads, o);
     }
-    return c0 + ones(k1);
 }
 
 template <class D>
@@ -294,17 +355,17 @@ QEL_AVX2 void utf8Convert(const u8** pp, const u8* end, D** oo, const D* outEnd,
             checked = p;
             filled = o;
         }
-        const Checked<u8> c = checkUtf8Stretch(checked, limit, kBlocksPerStretch);
+        const Checked<u8> c = checkUtf8Stretch<sizeof(D) == 2>(checked, limit, kBlocksPerStretch);
         if (c.lastOther != nullptr) lastOther = c.lastOther;
         checked = c.end;
         filled += c.units;
-        // A step reads two bytes past its 16 and writes 16 units. Where the
-        // steps end, p moves on past the character that they took last.
-        if (checked - p >= 18 && filled - o >= 16) {
+        // A step reads three bytes past its 16 and writes 16 units. Where
+        // the steps end, p moves on past the character that they took last.
+        if (checked - p >= 19 && filled - o >= 16) {
             do {
                 o += utf8Step(p, o);
                 p += 16;
-            } while (checked - p >= 18 && filled - o >= 16);
+            } while (checked - p >= 19 && filled - o >= 16);
             while (rules::isContinuation(*p)) ++p;
         }
         if (c.stopped) break;
@@ -312,18 +373,22 @@ QEL_AVX2 void utf8Convert(const u8** pp, const u8* end, D** oo, const D* outEnd,
     while (p != checked) {
         u32 cp = 0;
         p += rules::decodeUtf8(p, checked, cp);
-        *o++ = static_cast<D>(cp);
+        if constexpr (sizeof(D) == 2) {
+            o += rules::encodeUtf16(cp, o);
+        } else {
+            *o++ = cp;
+        }
     }
-    reportUtf8(lastOther, last);
+    reportUtf8(lastOther, sizeof(D) == 2, last);
     *pp = p;
     *oo = o;
 }
 
-// Characters of one to three bytes are one unit in UTF-16 as in UTF-32.
+template <bool kUtf16>
 QEL_AVX2 void utf8Measure(const u8** pp, const u8* end, unsigned int* n, SlowChar* last) {
-    const Checked<u8> c = checkUtf8Stretch(*pp, end - 1, SIZE_MAX);
+    const Checked<u8> c = checkUtf8Stretch<kUtf16>(*pp, end - 1, SIZE_MAX);
     *n += static_cast<unsigned int>(c.units);
-    reportUtf8(c.lastOther, last);
+    reportUtf8(c.lastOther, kUtf16, last);
     *pp = c.end;
 }
 
@@ -476,13 +541,13 @@ QEL_AVX2 void utf8ToUtf16Convert(const u8** p, const u8* end, u16** o, const u16
     utf8Convert(p, end, o, outEnd, last);
 }
 QEL_AVX2 void utf8ToUtf16Measure(const u8** p, const u8* end, unsigned int* n, SlowChar* last) noexcept {
-    utf8Measure(p, end, n, last);
+    utf8Measure<true>(p, end, n, last);
 }
 QEL_AVX2 void utf8ToUtf32Convert(const u8** p, const u8* end, u32** o, const u32* outEnd, SlowChar* last) noexcept {
     utf8Convert(p, end, o, outEnd, last);
 }
 QEL_AVX2 void utf8ToUtf32Measure(const u8** p, const u8* end, unsigned int* n, SlowChar* last) noexcept {
-    utf8Measure(p, end, n, last);
+    utf8Measure<false>(p, end, n, last);
 }
 QEL_AVX2 void utf16ToUtf8Convert(const u16** p, const u16* end, char** o, const char* outEnd,
                                  SlowChar* last) noexcept {
