@@ -136,17 +136,47 @@ struct Checked {
 
 // ---- UTF-8 -> UTF-16 and UTF-32 ---------------------------------------------------
 
-// The bytes of a 32-byte block that end a check, as movemask bits: `bad`
-// holds every byte at which something is wrong, `notOwn` those of them at
-// which a character before the byte is wrong (a missing or a stray
-// continuation byte, a second byte out of range). The other bad bytes are
-// lead bytes that are wrong themselves: C0, C1, and from F5. `prev` is the
-// block before (zeros before a character boundary).
+// Lookup tables of the UTF-8 check, one bit per kind of fault in a pair of
+// bytes: by the high and the low half of the first byte and the high half of
+// the second. A pair is wrong where all three agree on a bit.
+enum : unsigned char {
+    kTooShort = 0x01,   // a lead byte, then no continuation byte
+    kTooLong = 0x02,    // ASCII, then a continuation byte
+    kOverlong3 = 0x04,  // E0, then 80..9F
+    kTooLarge = 0x08,   // F4, then 90..BF
+    kSurrogate = 0x10,  // ED, then A0..BF
+    kOverlong4 = 0x20,  // F0, then 80..8F
+    kTwoConts = 0x80,   // two continuation bytes: wrong unless a lead byte of three or four came before
+};
+constexpr unsigned char kBase = kTooShort | kTooLong | kTwoConts;
+alignas(16) constexpr unsigned char kByFirstHigh[16] = {
+    kTooLong,  kTooLong,  kTooLong,  kTooLong,  kTooLong, kTooLong, kTooLong, kTooLong, kTwoConts, kTwoConts,
+    kTwoConts, kTwoConts, kTooShort, kTooShort, kTooShort | kOverlong3 | kSurrogate,
+    kTooShort | kTooLarge | kOverlong4};
+alignas(16) constexpr unsigned char kByFirstLow[16] = {
+    kBase | kOverlong3 | kOverlong4, kBase, kBase, kBase, kBase | kTooLarge, kBase, kBase, kBase, kBase, kBase, kBase,
+    kBase, kBase, kBase | kSurrogate, kBase, kBase};
+alignas(16) constexpr unsigned char kBySecondHigh[16] = {
+    kTooShort, kTooShort, kTooShort, kTooShort, kTooShort, kTooShort, kTooShort, kTooShort,
+    kTooLong | kTwoConts | kOverlong3 | kOverlong4, kTooLong | kTwoConts | kOverlong3 | kTooLarge,
+    kTooLong | kTwoConts | kSurrogate | kTooLarge, kTooLong | kTwoConts | kSurrogate | kTooLarge,
+    kTooShort, kTooShort, kTooShort, kTooShort};
+
+QEL_AVX2 inline V lookup(const unsigned char (&table)[16], V nibbles) {
+    return _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(load128(table)), nibbles);
+}
+
+// The bytes of a 32-byte block at which something is wrong, as movemask
+// bits: the second byte of a wrong pair (above), a continuation byte where
+// none may be or a byte that is none where one must be, and the lead bytes
+// that are wrong themselves (C0, C1, from F5). `prev` is the block before
+// (zeros before a character boundary). A fault is found at or after the lead
+// byte of the character at fault, never before it.
 struct Utf8Checks {
     std::uint32_t bad;
-    std::uint32_t notOwn;
-    std::uint32_t cont;  // continuation bytes
-    std::uint32_t four;  // lead bytes of four-byte characters
+    std::uint32_t cont;   // continuation bytes
+    std::uint32_t from3;  // bytes from E0: lead bytes of three or four bytes
+    std::uint32_t four;   // from F0: lead bytes of four
 };
 
 QEL_AVX2 inline Utf8Checks checkUtf8(V cur, V prev) {
@@ -154,26 +184,22 @@ QEL_AVX2 inline Utf8Checks checkUtf8(V cur, V prev) {
     const V prev1 = _mm256_alignr_epi8(cur, joined, 15);
     const V prev2 = _mm256_alignr_epi8(cur, joined, 14);
     const V prev3 = _mm256_alignr_epi8(cur, joined, 13);
-    // Continuation bytes, 80..BF, are the bytes below C0 as signed bytes.
-    const V cont = _mm256_cmpgt_epi8(bytes(0xC0), cur);
-    // One must follow a lead byte of two to four bytes, the next one a lead
-    // byte of three or four, and the one after that a lead byte of four.
-    const V needed =
-        _mm256_or_si256(_mm256_or_si256(atLeast(prev1, 0xC0), atLeast(prev2, 0xE0)), atLeast(prev3, 0xF0));
-    const V wrongCont = _mm256_xor_si256(cont, needed);
-    // The second byte after E0 is from A0 (no overlong form), after ED
-    // below A0 (no surrogate), after F0 from 90 (no overlong form), after F4
-    // below 90 (nothing above U+10FFFF).
-    const V fromA0 = atLeast(cur, 0xA0);
-    const V from90 = atLeast(cur, 0x90);
-    const V range3 = _mm256_or_si256(_mm256_andnot_si256(fromA0, _mm256_cmpeq_epi8(prev1, bytes(0xE0))),
-                                     _mm256_and_si256(fromA0, _mm256_cmpeq_epi8(prev1, bytes(0xED))));
-    const V range4 = _mm256_or_si256(_mm256_andnot_si256(from90, _mm256_cmpeq_epi8(prev1, bytes(0xF0))),
-                                     _mm256_and_si256(from90, _mm256_cmpeq_epi8(prev1, bytes(0xF4))));
+    const V low4 = bytes(0x0F);
+    const V pairs = _mm256_and_si256(
+        _mm256_and_si256(lookup(kByFirstHigh, _mm256_and_si256(_mm256_srli_epi16(prev1, 4), low4)),
+                         lookup(kByFirstLow, _mm256_and_si256(prev1, low4))),
+        lookup(kBySecondHigh, _mm256_and_si256(_mm256_srli_epi16(cur, 4), low4)));
+    // Two continuation bytes in a row are right exactly where a lead byte of
+    // three or four bytes stands two before, or one of four three before.
+    const V must = _mm256_and_si256(_mm256_or_si256(_mm256_subs_epu8(prev2, bytes(0xE0 - 0x80)),
+                                                    _mm256_subs_epu8(prev3, bytes(0xF0 - 0x80))),
+                                    bytes(0x80));
     const V badLead =
         _mm256_or_si256(atLeast(cur, 0xF5), _mm256_cmpeq_epi8(_mm256_and_si256(cur, bytes(0xFE)), bytes(0xC0)));
-    const std::uint32_t notOwn = bytesOf(_mm256_or_si256(wrongCont, _mm256_or_si256(range3, range4)));
-    return {notOwn | bytesOf(badLead), notOwn, bytesOf(cont), bytesOf(atLeast(cur, 0xF0))};
+    const V wrong = _mm256_or_si256(_mm256_xor_si256(pairs, must), badLead);
+    // Continuation bytes, 80..BF, are the bytes below C0 as signed bytes.
+    return {~bytesOf(_mm256_cmpeq_epi8(wrong, _mm256_setzero_si256())),
+            bytesOf(_mm256_cmpgt_epi8(bytes(0xC0), cur)), bytesOf(atLeast(cur, 0xE0)), bytesOf(atLeast(cur, 0xF0))};
 }
 
 // Checks whole blocks of 32 bytes from `from` (a character boundary) while
@@ -196,23 +222,24 @@ QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, st
         const Utf8Checks c = checkUtf8(cur, prev);
         const std::uint32_t leads = ~c.cont;
         if (c.bad != 0) {
-            const unsigned at = lowestBit(c.bad);
-            unsigned cut = at;  // a lead byte that is wrong itself starts what is not taken
-            if ((c.notOwn >> at) & 1u) {
-                // The character at fault starts at the last lead byte before
-                // the byte, or in the block before.
-                const std::uint32_t before = leads & lowBits(at);
-                if (before == 0) return {b - open, units - openUnits, lastOther, true};
-                cut = highestBit(before);
-            }
+            // The characters end before the last lead byte before the fault
+            // (which may leave out a good character before it), or before
+            // the character that goes on from the block before.
+            const std::uint32_t before = leads & lowBits(lowestBit(c.bad));
+            if (before == 0) return {b - open, units - openUnits, lastOther, true};
+            const unsigned cut = highestBit(before);
             const std::uint32_t taken = other & lowBits(cut);
             if (taken != 0) lastOther = b + highestBit(taken);
             units += ones(leads & lowBits(cut)) + (kUtf16 ? ones(c.four & lowBits(cut)) : 0);
             return {b + cut, units, lastOther, true};
         }
         units += ones(leads) + (kUtf16 ? ones(c.four) : 0);
-        open = b[31] >= 0xC0 ? 1 : b[30] >= 0xE0 ? 2 : b[29] >= 0xF0 ? 3 : 0;
-        openUnits = open == 0 ? 0 : kUtf16 && b[32 - open] >= 0xF0 ? 2 : 1;
+        // A character goes on when a lead byte stands last, one of three or
+        // four bytes last but one, or one of four last but two (in a block
+        // without faults at most one of these).
+        const unsigned from2 = (other & leads) >> 31, from3 = (c.from3 >> 30) & 1u, from4 = (c.four >> 29) & 1u;
+        open = from2 + 2 * from3 + 3 * from4;
+        openUnits = (from2 | from3 | from4) + (kUtf16 && (c.four >> 29) != 0 ? 1 : 0);
         const std::uint32_t taken = other & lowBits(32 - open);
         if (taken != 0) lastOther = b + highestBit(taken);
         prev = cur;
