@@ -1,5 +1,5 @@
 // AVX2 core kernels for text of multi-byte characters: UTF-8 into UTF-16 and
-// UTF-32, and UTF-16 and UTF-32 of the BMP (no surrogates) into UTF-8. Every
+// UTF-32, and UTF-16 of the BMP (no surrogates) and UTF-32 into UTF-8. Every
 // function carries its target attribute itself, so that no code outside this
 // file is built for these instructions.
 //
@@ -60,7 +60,7 @@ constexpr ShuffleTable makeCompactWords() {
     return t;
 }
 
-// Row i, where bits 2j and 2j + 1 of i hold the length less one (0..2) of
+// Row i, where bits 2j and 2j + 1 of i hold the length less one (0..3) of
 // the UTF-8 form in 32-bit lane j of a 4-lane vector: the byte indices that
 // put those forms one after another (zeros after them).
 constexpr ShuffleTable makePackUtf8() {
@@ -69,7 +69,7 @@ constexpr ShuffleTable makePackUtf8() {
         unsigned k = 0;
         for (unsigned j = 0; j < 4; ++j) {
             const unsigned len = ((i >> (2 * j)) & 3u) + 1;
-            for (unsigned b = 0; b < len && b < 3 && k < 16; ++b) t.row[i][k++] = static_cast<unsigned char>(4 * j + b);
+            for (unsigned b = 0; b < len && k < 16; ++b) t.row[i][k++] = static_cast<unsigned char>(4 * j + b);
         }
         while (k < 16) t.row[i][k++] = 0x80;
     }
@@ -422,42 +422,44 @@ QEL_AVX2 void utf8Measure(const u8** pp, const u8* end, unsigned int* n, SlowCha
 // ---- UTF-16 and UTF-32 -> UTF-8 ---------------------------------------------------
 
 // Movemask bits (sizeof(S) per lane) of the lanes of a vector of units of S
-// that are not taken (surrogates, and in UTF-32 anything from 0x10000), and
-// of those from 0x80 and from 0x800.
-struct BmpLanes {
-    std::uint32_t other, from80, from800;
+// that are not taken (surrogates, and in UTF-32 anything above 0x10FFFF),
+// and of those from 0x80, from 0x800 and from 0x10000.
+struct WideLanes {
+    std::uint32_t other, from80, from800, from10000;
 };
 
 template <class S>
-QEL_AVX2 inline BmpLanes bmpLanes(V v) {
+QEL_AVX2 inline WideLanes wideLanes(V v) {
     if constexpr (sizeof(S) == 2) {
         const V sur = _mm256_cmpeq_epi16(_mm256_and_si256(v, words(0xF800)), words(0xD800));
         return {bytesOf(sur), bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x80)), v)),
-                bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x800)), v))};
+                bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x800)), v)), 0};
     } else {
         const V d = _mm256_sub_epi32(v, dwords(0xD800));
         const V sur = _mm256_cmpeq_epi32(_mm256_min_epu32(d, dwords(0x7FF)), d);
-        const V big = _mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x10000)), v);
+        const V big = _mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x110000)), v);
         return {bytesOf(_mm256_or_si256(sur, big)), bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x80)), v)),
-                bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x800)), v))};
+                bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x800)), v)),
+                bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x10000)), v))};
     }
 }
 
 // Checks whole blocks of 32 bytes from `from` while they lie before `limit`,
 // at most `blocks` of them, and their UTF-8 at most `room` bytes. It ends
-// before the first unit that is not a code point of the BMP, or before the
+// before the first unit that is not taken (see wideLanes), or before the
 // first block whose UTF-8 would not fit.
 template <class S>
-QEL_AVX2 inline Checked<S> checkBmpStretch(const S* from, const S* limit, std::size_t room, std::size_t blocks) {
+QEL_AVX2 inline Checked<S> checkWideStretch(const S* from, const S* limit, std::size_t room, std::size_t blocks) {
     constexpr std::ptrdiff_t kLanes = 32 / sizeof(S);
     const S* b = from;
     std::size_t units = 0;
     const S* lastOther = nullptr;
     for (; blocks > 0 && limit - b >= kLanes; --blocks) {
-        const BmpLanes m = bmpLanes<S>(load256(b));
+        const WideLanes m = wideLanes<S>(load256(b));
         const unsigned lanes = m.other == 0 ? unsigned{kLanes} : lowestBit(m.other) / unsigned{sizeof(S)};
         const std::uint32_t in = lowBits(lanes * unsigned{sizeof(S)});
-        const std::size_t more = lanes + (ones(m.from80 & in) + ones(m.from800 & in)) / sizeof(S);
+        const std::size_t more =
+            lanes + (ones(m.from80 & in) + ones(m.from800 & in) + ones(m.from10000 & in)) / sizeof(S);
         if (units + more > room) return {b, units, lastOther, true};
         units += more;
         if ((m.from80 & in) != 0) lastOther = b + highestBit(m.from80 & in) / sizeof(S);
@@ -468,15 +470,16 @@ QEL_AVX2 inline Checked<S> checkBmpStretch(const S* from, const S* limit, std::s
 }
 
 template <class S>
-inline void reportBmp(const S* other, SlowChar* last) {
+inline void reportWide(const S* other, SlowChar* last) {
     if (other == nullptr) return;
     last->len = 1;
     last->size = rules::utf8Size(*other);
 }
 
-// Writes 8 code points of the BMP (no surrogates) in 32-bit lanes as UTF-8.
-// Writes up to 28 bytes, of which those past the forms' are written over
-// later.
+// Writes 8 code points (no surrogates) in 32-bit lanes as UTF-8, those from
+// 0x10000 only when kFour. Writes up to kFour ? 32 : 28 bytes, of which
+// those past the forms' are written over later.
+template <bool kFour>
 QEL_AVX2 inline unsigned storeUtf8(V u, char* o) {
     const V from80 = _mm256_cmpgt_epi32(u, dwords(0x7F));
     const V from800 = _mm256_cmpgt_epi32(u, dwords(0x7FF));
@@ -489,13 +492,25 @@ QEL_AVX2 inline unsigned storeUtf8(V u, char* o) {
     const V two = _mm256_or_si256(_mm256_or_si256(_mm256_srli_epi32(u, 6), dwords(0xC0)), _mm256_slli_epi32(last, 8));
     const V three = _mm256_or_si256(_mm256_or_si256(_mm256_srli_epi32(u, 12), dwords(0xE0)),
                                     _mm256_or_si256(_mm256_slli_epi32(mid, 8), _mm256_slli_epi32(last, 16)));
-    const V forms = _mm256_blendv_epi8(_mm256_blendv_epi8(u, two, from80), three, from800);
+    V forms = _mm256_blendv_epi8(_mm256_blendv_epi8(u, two, from80), three, from800);
+    unsigned m4 = 0;
+    if constexpr (kFour) {
+        const V from10000 = _mm256_cmpgt_epi32(u, dwords(0xFFFF));
+        m4 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from10000)));
+        const V second = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi32(u, 12), low6), cont);
+        const V four = _mm256_or_si256(
+            _mm256_or_si256(_mm256_srli_epi32(u, 18), dwords(0xF0)),
+            _mm256_or_si256(_mm256_slli_epi32(second, 8),
+                            _mm256_or_si256(_mm256_slli_epi32(mid, 16), _mm256_slli_epi32(last, 24))));
+        forms = _mm256_blendv_epi8(forms, four, from10000);
+    }
     const V packed = _mm256_shuffle_epi8(
-        forms, rows(kPackUtf8, kSpread4[m2 & 15u] + kSpread4[m3 & 15u], kSpread4[m2 >> 4] + kSpread4[m3 >> 4]));
-    const unsigned c0 = 4 + ones(m2 & 15u) + ones(m3 & 15u);
+        forms, rows(kPackUtf8, kSpread4[m2 & 15u] + kSpread4[m3 & 15u] + kSpread4[m4 & 15u],
+                    kSpread4[m2 >> 4] + kSpread4[m3 >> 4] + kSpread4[m4 >> 4]));
+    const unsigned c0 = 4 + ones(m2 & 15u) + ones(m3 & 15u) + ones(m4 & 15u);
     store128(o, low(packed));
     store128(o + c0, high(packed));
-    return 8 + ones(m2) + ones(m3);
+    return 8 + ones(m2) + ones(m3) + ones(m4);
 }
 
 template <class S>
@@ -508,7 +523,7 @@ QEL_AVX2 inline V codePoints8(const S* p) {
 }
 
 template <class S>
-QEL_AVX2 void bmpToUtf8Convert(const S** pp, const S* end, char** oo, const char* outEnd, SlowChar* last) {
+QEL_AVX2 void wideToUtf8Convert(const S** pp, const S* end, char** oo, const char* outEnd, SlowChar* last) {
     constexpr std::ptrdiff_t kLanes = 32 / sizeof(S);
     const S* p = *pp;
     char* o = *oo;
@@ -537,28 +552,29 @@ QEL_AVX2 void bmpToUtf8Convert(const S** pp, const S* end, char** oo, const char
             checked = p;
             filled = o;
         }
-        const Checked<S> c = checkBmpStretch(checked, limit, room, kBlocksPerStretch);
+        const Checked<S> c = checkWideStretch(checked, limit, room, kBlocksPerStretch);
         if (c.lastOther != nullptr) lastOther = c.lastOther;
         checked = c.end;
         filled += c.units;
         room -= c.units;
-        while (checked - p >= 8 && filled - o >= 28) {
-            o += storeUtf8(codePoints8(p), o);
+        // A step writes up to 28 bytes, or 32 with four-byte forms.
+        while (checked - p >= 8 && filled - o >= 32) {
+            o += storeUtf8<sizeof(S) == 4>(codePoints8(p), o);
             p += 8;
         }
         if (c.stopped) break;
     }
     while (p != checked) o += rules::encodeUtf8(static_cast<u32>(*p++), o);
-    reportBmp(lastOther, last);
+    reportWide(lastOther, last);
     *pp = p;
     *oo = o;
 }
 
 template <class S>
-QEL_AVX2 void bmpToUtf8Measure(const S** pp, const S* end, unsigned int* n, SlowChar* last) {
-    const Checked<S> c = checkBmpStretch(*pp, end - 1, SIZE_MAX, SIZE_MAX);
+QEL_AVX2 void wideToUtf8Measure(const S** pp, const S* end, unsigned int* n, SlowChar* last) {
+    const Checked<S> c = checkWideStretch(*pp, end - 1, SIZE_MAX, SIZE_MAX);
     *n += static_cast<unsigned int>(c.units);
-    reportBmp(c.lastOther, last);
+    reportWide(c.lastOther, last);
     *pp = c.end;
 }
 
@@ -578,17 +594,17 @@ QEL_AVX2 void utf8ToUtf32Measure(const u8** p, const u8* end, unsigned int* n, S
 }
 QEL_AVX2 void utf16ToUtf8Convert(const u16** p, const u16* end, char** o, const char* outEnd,
                                  SlowChar* last) noexcept {
-    bmpToUtf8Convert(p, end, o, outEnd, last);
+    wideToUtf8Convert(p, end, o, outEnd, last);
 }
 QEL_AVX2 void utf16ToUtf8Measure(const u16** p, const u16* end, unsigned int* n, SlowChar* last) noexcept {
-    bmpToUtf8Measure(p, end, n, last);
+    wideToUtf8Measure(p, end, n, last);
 }
 QEL_AVX2 void utf32ToUtf8Convert(const u32** p, const u32* end, char** o, const char* outEnd,
                                  SlowChar* last) noexcept {
-    bmpToUtf8Convert(p, end, o, outEnd, last);
+    wideToUtf8Convert(p, end, o, outEnd, last);
 }
 QEL_AVX2 void utf32ToUtf8Measure(const u32** p, const u32* end, unsigned int* n, SlowChar* last) noexcept {
-    bmpToUtf8Measure(p, end, n, last);
+    wideToUtf8Measure(p, end, n, last);
 }
 
 }  // namespace avx2
