@@ -17,81 +17,16 @@
 #include "core/policies.h"
 #include "core/simd.h"
 #include "harness.h"
+#include "kernel_runs.h"
 #include "qel/qelcore.h"
 
 using namespace qelfuzz;
+using namespace qelkernels;
 namespace core = qel::core;
 namespace simd = qel::simd;
 namespace policy = qel::core::policy;
 
 namespace {
-
-std::vector<const simd::Kernels*> vectorSets() {
-    std::vector<const simd::Kernels*> sets;
-    for (simd::Isa isa : {simd::Isa::Sse2, simd::Isa::Avx2, simd::Isa::Avx512})
-        if (const simd::Kernels* k = simd::forIsa(isa)) sets.push_back(k);
-    return sets;
-}
-
-template <class T>
-std::unique_ptr<T[]> block(const std::vector<T>& v) {
-    std::unique_ptr<T[]> b(new T[v.size() + (v.empty() ? 1 : 0)]);
-    if (!v.empty()) std::memcpy(b.get(), v.data(), v.size() * sizeof(T));
-    return b;
-}
-
-template <class D>
-struct Outcome {
-    int result = 0;
-    std::ptrdiff_t consumed = 0;
-    std::ptrdiff_t written = 0;
-    std::vector<D> buffer;
-    bool operator==(const Outcome& o) const {
-        return result == o.result && consumed == o.consumed && written == o.written && buffer == o.buffer;
-    }
-};
-
-enum class Kind { Measure, Safe, Fill, Alloc };
-
-template <class P, class B>
-Outcome<core::DstOf<P>> run(Kind kind, const std::vector<core::SrcOf<P>>& text, std::size_t room, const B& bulk) {
-    using S = core::SrcOf<P>;
-    using D = core::DstOf<P>;
-    const auto in = block(text);
-    const S* cursor = in.get();
-    const S* const end = in.get() + text.size();
-    Outcome<D> out;
-    if (kind == Kind::Measure) {
-        unsigned int count = 3;
-        out.result = core::measureRun<P>(&count, &cursor, end, bulk);
-        out.written = count;
-    } else if (kind == Kind::Alloc) {
-        qelChrXBuf<D> buf;
-        std::memset(buf.firstChunk, 0x5A, sizeof buf.firstChunk);
-        D* o = buf.firstChunk + 512 - room;
-        const D* oe = buf.firstChunk + 512;
-        out.result = core::convertAlloc<P>(&buf, &o, &oe, &cursor, end, bulk);
-        unsigned int len = 0;
-        bool failed = false;
-        D* joined = buf.detach(&len, o, oe, &failed, 0);
-        out.written = len;
-        if (joined != nullptr) out.buffer.assign(joined, joined + len);
-        qelStrFree(joined);
-        buf.release();
-    } else {
-        const auto o0 = block(std::vector<D>(room, static_cast<D>(0x5A)));
-        D* o = o0.get();
-        if (kind == Kind::Safe) {
-            out.result = core::convertSafe<P>(&o, o0.get() + room, &cursor, end, bulk);
-        } else {
-            out.result = core::convertFill<P>(&o, o0.get() + room, &cursor, end, bulk);
-        }
-        out.written = o - o0.get();
-        out.buffer.assign(o0.get(), o0.get() + room);
-    }
-    out.consumed = cursor - in.get();
-    return out;
-}
 
 template <class P>
 void compare(Kind kind, const std::vector<core::SrcOf<P>>& text, std::size_t room,
@@ -129,7 +64,7 @@ void checkWalkers(const qelref::Units& units, const std::vector<const simd::Kern
     std::vector<U> text;
     for (std::uint32_t u : units) text.push_back(static_cast<U>(u));
     text.push_back(0);
-    const auto b = block(text);
+    const auto b = heapCopy(text);
     const U* const begin = b.get();
     const std::size_t n = text.size() - 1;
     std::vector<D> out(n + 1);
@@ -170,7 +105,7 @@ void checkText(const qelref::Units& units, const std::vector<const simd::Kernels
     std::vector<S> text;
     for (std::uint32_t u : units) text.push_back(static_cast<S>(u));
     text.push_back(0);
-    const auto b = block(text);
+    const auto b = heapCopy(text);
     const S* const begin = b.get();
     const std::size_t n = text.size() - 1;
     std::size_t stop = 0;

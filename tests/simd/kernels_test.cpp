@@ -20,21 +20,14 @@
 
 #include "core/policies.h"
 #include "core/simd.h"
+#include "kernel_runs.h"
 #include "qel/qelcore.h"
 
 namespace {
 
 using namespace qel;
+using namespace qelkernels;
 namespace policy = qel::core::policy;
-
-std::vector<const simd::Kernels*> vectorSets() {
-    std::vector<const simd::Kernels*> sets;
-    for (simd::Isa isa : {simd::Isa::Sse2, simd::Isa::Avx2, simd::Isa::Avx512}) {
-        const simd::Kernels* k = simd::forIsa(isa);
-        if (k != nullptr) sets.push_back(k);
-    }
-    return sets;
-}
 
 const char* isaName(simd::Isa isa) {
     switch (isa) {
@@ -154,29 +147,7 @@ private:
     std::mt19937 rng_;
 };
 
-// An exactly sized heap copy, so that AddressSanitizer sees any access past it.
-template <class T>
-std::unique_ptr<T[]> heapCopy(const std::vector<T>& v) {
-    std::unique_ptr<T[]> block(new T[v.size() + (v.empty() ? 1 : 0)]);
-    if (!v.empty()) std::memcpy(block.get(), v.data(), v.size() * sizeof(T));
-    return block;
-}
-
 // ---- the cores -------------------------------------------------------------------
-
-enum class Kind { Measure, Safe, Fill, Alloc };
-
-template <class D>
-struct Outcome {
-    int result = 0;
-    std::ptrdiff_t consumed = 0;
-    std::ptrdiff_t written = 0;  // output cursor (or count, or detached length)
-    std::vector<D> buffer;       // the whole output block
-
-    bool operator==(const Outcome& o) const {
-        return result == o.result && consumed == o.consumed && written == o.written && buffer == o.buffer;
-    }
-};
 
 template <class D>
 std::string describe(const Outcome<D>& o) {
@@ -184,50 +155,6 @@ std::string describe(const Outcome<D>& o) {
                     ", written " + std::to_string(o.written) + ", buffer";
     for (D u : o.buffer) s += " " + std::to_string(static_cast<u32>(static_cast<std::make_unsigned_t<D>>(u)));
     return s;
-}
-
-// Runs one kind of P's cores over `input`: the safe and fill converters
-// into `room` units, the allocating core from `room` units before the end of
-// the first chunk.
-template <class P, class B>
-Outcome<core::DstOf<P>> run(Kind kind, const std::vector<core::SrcOf<P>>& input, std::size_t room, const B& bulk) {
-    using S = core::SrcOf<P>;
-    using D = core::DstOf<P>;
-    const auto in = heapCopy(input);
-    const S* cursor = in.get();
-    const S* const end = in.get() + input.size();
-    Outcome<D> out;
-    if (kind == Kind::Measure) {
-        unsigned int count = 7;  // the core adds to what is there
-        out.result = core::measureRun<P>(&count, &cursor, end, bulk);
-        out.written = count;
-    } else if (kind == Kind::Alloc) {
-        qelChrXBuf<D> buf;
-        std::memset(buf.firstChunk, 0x5A, sizeof buf.firstChunk);
-        D* o = buf.firstChunk + 512 - room;
-        const D* oe = buf.firstChunk + 512;
-        out.result = core::convertAlloc<P>(&buf, &o, &oe, &cursor, end, bulk);
-        unsigned int len = 0;
-        bool failed = false;
-        D* joined = buf.detach(&len, o, oe, &failed, 0);
-        out.written = len;
-        out.buffer.assign(joined, joined + len);
-        qelStrFree(joined);
-        buf.release();
-    } else {
-        std::vector<D> pattern(room, static_cast<D>(0x5A));
-        auto block = heapCopy(pattern);
-        D* o = block.get();
-        if (kind == Kind::Safe) {
-            out.result = core::convertSafe<P>(&o, block.get() + room, &cursor, end, bulk);
-        } else {
-            out.result = core::convertFill<P>(&o, block.get() + room, &cursor, end, bulk);
-        }
-        out.written = o - block.get();
-        out.buffer.assign(block.get(), block.get() + room);
-    }
-    out.consumed = cursor - in.get();
-    return out;
 }
 
 template <class P>
