@@ -1,5 +1,5 @@
 // AVX2 core kernels for text of multi-byte characters: UTF-8 into UTF-16 and
-// UTF-32, and UTF-16 of the BMP (no surrogates) and UTF-32 into UTF-8. Every
+// UTF-32, and UTF-16 (surrogate pairs included) and UTF-32 into UTF-8. Every
 // function carries its target attribute itself, so that no code outside this
 // file is built for these instructions.
 //
@@ -421,33 +421,52 @@ QEL_AVX2 void utf8Measure(const u8** pp, const u8* end, unsigned int* n, SlowCha
 
 // ---- UTF-16 and UTF-32 -> UTF-8 ---------------------------------------------------
 
-// Movemask bits (sizeof(S) per lane) of the lanes of a vector of units of S
-// that are not taken (surrogates, and in UTF-32 anything above 0x10FFFF),
-// and of those from 0x80, from 0x800 and from 0x10000.
-struct WideLanes {
-    std::uint32_t other, from80, from800, from10000;
+// What a block of units of S is made of, up to the first unit that is not
+// taken: a surrogate that is not part of a well-formed pair in the block (a
+// pair that the block's end splits is left for the block after), and in
+// UTF-32 a surrogate code or anything above 0x10FFFF.
+struct WideBlock {
+    unsigned lanes;       // the units taken, from the block's start
+    bool fault;           // a unit that is not taken follows them in the block
+    std::uint32_t from80; // movemask bits (sizeof(S) per lane) of those from 0x80
+    std::size_t bytes;    // their UTF-8
 };
 
 template <class S>
-QEL_AVX2 inline WideLanes wideLanes(V v) {
+QEL_AVX2 inline WideBlock wideBlock(V v) {
     if constexpr (sizeof(S) == 2) {
-        const V sur = _mm256_cmpeq_epi16(_mm256_and_si256(v, words(0xF800)), words(0xD800));
-        return {bytesOf(sur), bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x80)), v)),
-                bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x800)), v)), 0};
+        const V top = _mm256_and_si256(v, words(0xFC00));
+        const std::uint32_t hi = bytesOf(_mm256_cmpeq_epi16(top, words(0xD800)));
+        const std::uint32_t lo = bytesOf(_mm256_cmpeq_epi16(top, words(0xDC00)));
+        // A low surrogate must follow each high one, and only there: the
+        // first lane where that fails is at fault, or the one before it
+        // when that one holds the high surrogate without its low one.
+        const std::uint32_t bad = (hi << 2) ^ lo;
+        const unsigned cut = lowestBit(bad);
+        const unsigned inBits = bad != 0 ? cut - 2 * (((hi << 1) >> cut) & 1u) : 32 - 2 * (hi >> 31);
+        const std::uint32_t in = lowBits(inBits);
+        const std::uint32_t from80 = bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x80)), v)) & in;
+        const std::uint32_t from800 = bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x800)), v)) & in;
+        // Three bytes for each unit from 0x800, but four for a pair.
+        return {inBits / 2, bad != 0, from80, (inBits + ones(from80) + ones(from800) - ones((hi | lo) & in)) / 2};
     } else {
         const V d = _mm256_sub_epi32(v, dwords(0xD800));
         const V sur = _mm256_cmpeq_epi32(_mm256_min_epu32(d, dwords(0x7FF)), d);
         const V big = _mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x110000)), v);
-        return {bytesOf(_mm256_or_si256(sur, big)), bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x80)), v)),
-                bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x800)), v)),
-                bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x10000)), v))};
+        const std::uint32_t other = bytesOf(_mm256_or_si256(sur, big));
+        const unsigned lanes = other == 0 ? 8 : lowestBit(other) / 4;
+        const std::uint32_t in = lowBits(lanes * 4);
+        const std::uint32_t from80 = bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x80)), v)) & in;
+        const std::uint32_t from800 = bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x800)), v)) & in;
+        const std::uint32_t from10000 = bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x10000)), v)) & in;
+        return {lanes, other != 0, from80, lanes + (ones(from80) + ones(from800) + ones(from10000)) / 4};
     }
 }
 
-// Checks whole blocks of 32 bytes from `from` while they lie before `limit`,
-// at most `blocks` of them, and their UTF-8 at most `room` bytes. It ends
-// before the first unit that is not taken (see wideLanes), or before the
-// first block whose UTF-8 would not fit.
+// Checks whole blocks of 32 bytes from `from` (a character boundary) while
+// they lie before `limit`, at most `blocks` of them, and their UTF-8 at most
+// `room` bytes. It ends before the first unit that is not taken (see
+// wideBlock), or before the first block whose UTF-8 would not fit.
 template <class S>
 QEL_AVX2 inline Checked<S> checkWideStretch(const S* from, const S* limit, std::size_t room, std::size_t blocks) {
     constexpr std::ptrdiff_t kLanes = 32 / sizeof(S);
@@ -455,36 +474,40 @@ QEL_AVX2 inline Checked<S> checkWideStretch(const S* from, const S* limit, std::
     std::size_t units = 0;
     const S* lastOther = nullptr;
     for (; blocks > 0 && limit - b >= kLanes; --blocks) {
-        const WideLanes m = wideLanes<S>(load256(b));
-        const unsigned lanes = m.other == 0 ? unsigned{kLanes} : lowestBit(m.other) / unsigned{sizeof(S)};
-        const std::uint32_t in = lowBits(lanes * unsigned{sizeof(S)});
-        const std::size_t more =
-            lanes + (ones(m.from80 & in) + ones(m.from800 & in) + ones(m.from10000 & in)) / sizeof(S);
-        if (units + more > room) return {b, units, lastOther, true};
-        units += more;
-        if ((m.from80 & in) != 0) lastOther = b + highestBit(m.from80 & in) / sizeof(S);
-        b += lanes;
-        if (lanes != kLanes) return {b, units, lastOther, true};
+        const WideBlock k = wideBlock<S>(load256(b));
+        if (units + k.bytes > room) return {b, units, lastOther, true};
+        units += k.bytes;
+        if (k.from80 != 0) lastOther = b + highestBit(k.from80) / sizeof(S);
+        b += k.lanes;
+        if (k.fault) return {b, units, lastOther, true};
     }
     return {b, units, lastOther, limit - b < kLanes};
 }
 
+// The sizes of the character that ends with the unit at `other` (null:
+// none): a taken low surrogate ends a pair.
 template <class S>
 inline void reportWide(const S* other, SlowChar* last) {
     if (other == nullptr) return;
+    if (sizeof(S) == 2 && rules::isLowSurrogate(*other)) {
+        last->len = 2;
+        last->size = 4;
+        return;
+    }
     last->len = 1;
     last->size = rules::utf8Size(*other);
 }
 
-// Writes 8 code points (no surrogates) in 32-bit lanes as UTF-8, those from
-// 0x10000 only when kFour. Writes up to kFour ? 32 : 28 bytes, of which
-// those past the forms' are written over later.
-template <bool kFour>
-QEL_AVX2 inline unsigned storeUtf8(V u, char* o) {
+// Writes 8 units of S in 32-bit lanes as UTF-8: in UTF-32 code points, in
+// UTF-16 units of the BMP and surrogates of pairs, whose four bytes are
+// split between them, the first two on the high surrogate and the last two
+// on the low one. `before` holds the unit before each lane (only that before
+// a low surrogate is used). Writes up to 32 bytes in UTF-32 and 28 in
+// UTF-16, of which those past the forms' are written over later.
+template <class S>
+QEL_AVX2 inline unsigned storeUtf8(V u, V before, char* o) {
     const V from80 = _mm256_cmpgt_epi32(u, dwords(0x7F));
-    const V from800 = _mm256_cmpgt_epi32(u, dwords(0x7FF));
-    const unsigned m2 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from80)));
-    const unsigned m3 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from800)));
+    V from800 = _mm256_cmpgt_epi32(u, dwords(0x7FF));
     // The form of each code point in its lane, first byte lowest.
     const V low6 = dwords(0x3F), cont = dwords(0x80);
     const V last = _mm256_or_si256(_mm256_and_si256(u, low6), cont);
@@ -494,7 +517,7 @@ QEL_AVX2 inline unsigned storeUtf8(V u, char* o) {
                                     _mm256_or_si256(_mm256_slli_epi32(mid, 8), _mm256_slli_epi32(last, 16)));
     V forms = _mm256_blendv_epi8(_mm256_blendv_epi8(u, two, from80), three, from800);
     unsigned m4 = 0;
-    if constexpr (kFour) {
+    if constexpr (sizeof(S) == 4) {
         const V from10000 = _mm256_cmpgt_epi32(u, dwords(0xFFFF));
         m4 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from10000)));
         const V second = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi32(u, 12), low6), cont);
@@ -503,7 +526,27 @@ QEL_AVX2 inline unsigned storeUtf8(V u, char* o) {
             _mm256_or_si256(_mm256_slli_epi32(second, 8),
                             _mm256_or_si256(_mm256_slli_epi32(mid, 16), _mm256_slli_epi32(last, 24))));
         forms = _mm256_blendv_epi8(forms, four, from10000);
+    } else {
+        const V top = _mm256_and_si256(u, dwords(0xFC00));
+        const V isHigh = _mm256_cmpeq_epi32(top, dwords(0xD800));
+        const V isSur = _mm256_or_si256(isHigh, _mm256_cmpeq_epi32(top, dwords(0xDC00)));
+        // With a high surrogate h and a low one l, the code point is
+        // (w << 10) + (l & 3FF) where w = (h & 3FF) + 40: its bytes are
+        // F0 | w >> 8, 80 | (w >> 2) & 3F, 80 | (w & 3) << 4 | (l >> 6) & F
+        // and 80 | l & 3F.
+        const V w = _mm256_add_epi32(_mm256_and_si256(u, dwords(0x3FF)), dwords(0x40));
+        const V highForm = _mm256_or_si256(
+            _mm256_or_si256(_mm256_srli_epi32(w, 8), dwords(0xF0)),
+            _mm256_slli_epi32(_mm256_or_si256(_mm256_and_si256(_mm256_srli_epi32(w, 2), low6), cont), 8));
+        const V lowForm = _mm256_or_si256(
+            _mm256_or_si256(_mm256_and_si256(_mm256_slli_epi32(before, 4), dwords(0x30)),
+                            _mm256_and_si256(_mm256_srli_epi32(u, 6), dwords(0xF))),
+            _mm256_or_si256(cont, _mm256_slli_epi32(last, 8)));
+        forms = _mm256_blendv_epi8(forms, _mm256_blendv_epi8(lowForm, highForm, isHigh), isSur);
+        from800 = _mm256_andnot_si256(isSur, from800);
     }
+    const unsigned m2 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from80)));
+    const unsigned m3 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from800)));
     const V packed = _mm256_shuffle_epi8(
         forms, rows(kPackUtf8, kSpread4[m2 & 15u] + kSpread4[m3 & 15u] + kSpread4[m4 & 15u],
                     kSpread4[m2 >> 4] + kSpread4[m3 >> 4] + kSpread4[m4 >> 4]));
@@ -513,12 +556,18 @@ QEL_AVX2 inline unsigned storeUtf8(V u, char* o) {
     return 8 + ones(m2) + ones(m3) + ones(m4);
 }
 
+// Writes the 8 units at p as UTF-8 (see storeUtf8); `before` is the unit
+// before p, used only when p holds a low surrogate.
 template <class S>
-QEL_AVX2 inline V codePoints8(const S* p) {
+QEL_AVX2 inline unsigned wideStep(const S* p, u32 before, char* o) {
     if constexpr (sizeof(S) == 2) {
-        return _mm256_cvtepu16_epi32(load128(p));
+        const H in = load128(p);
+        const H prev = _mm_alignr_epi8(in, _mm_set1_epi16(static_cast<short>(before)), 14);
+        return storeUtf8<S>(_mm256_cvtepu16_epi32(in), _mm256_cvtepu16_epi32(prev), o);
     } else {
-        return load256(p);
+        (void)before;
+        const V u = load256(p);
+        return storeUtf8<S>(u, u, o);
     }
 }
 
@@ -557,14 +606,31 @@ QEL_AVX2 void wideToUtf8Convert(const S** pp, const S* end, char** oo, const cha
         checked = c.end;
         filled += c.units;
         room -= c.units;
-        // A step writes up to 28 bytes, or 32 with four-byte forms.
+        // A step writes up to 32 bytes. The unit before a step is read from
+        // the step before, so that the first needs none: p is then at a
+        // character boundary. Where the steps end inside a pair, p goes
+        // back to its high surrogate, whose bytes are written again.
+        u32 before = 0;
         while (checked - p >= 8 && filled - o >= 32) {
-            o += storeUtf8<sizeof(S) == 4>(codePoints8(p), o);
+            o += wideStep(p, before, o);
+            before = static_cast<u32>(p[7]);
             p += 8;
+        }
+        if (sizeof(S) == 2 && rules::isHighSurrogate(before)) {
+            --p;
+            o -= 2;
         }
         if (c.stopped) break;
     }
-    while (p != checked) o += rules::encodeUtf8(static_cast<u32>(*p++), o);
+    while (p != checked) {
+        u32 cp = static_cast<u32>(*p);
+        if constexpr (sizeof(S) == 2) {
+            p += rules::decodeUtf16(p, checked, cp);
+        } else {
+            ++p;
+        }
+        o += rules::encodeUtf8(cp, o);
+    }
     reportWide(lastOther, last);
     *pp = p;
     *oo = o;
