@@ -132,6 +132,7 @@ struct Checked {
     std::size_t units;    // their output units
     const S* lastOther;   // a unit of the last of them that is not ASCII, or null
     bool stopped;         // what follows `end` is not taken (or the limit is near)
+    bool pairs = false;   // UTF-16: the blocks held surrogates
 };
 
 // ---- UTF-8 -> UTF-16 and UTF-32 ---------------------------------------------------
@@ -421,67 +422,95 @@ QEL_AVX2 void utf8Measure(const u8** pp, const u8* end, unsigned int* n, SlowCha
 
 // ---- UTF-16 and UTF-32 -> UTF-8 ---------------------------------------------------
 
-// What a block of units of S is made of, up to the first unit that is not
-// taken: a surrogate that is not part of a well-formed pair in the block (a
-// pair that the block's end splits is left for the block after), and in
-// UTF-32 a surrogate code or anything above 0x10FFFF.
-struct WideBlock {
-    unsigned lanes;       // the units taken, from the block's start
-    bool fault;           // a unit that is not taken follows them in the block
-    std::uint32_t from80; // movemask bits (sizeof(S) per lane) of those from 0x80
-    std::size_t bytes;    // their UTF-8
-};
-
-template <class S>
-QEL_AVX2 inline WideBlock wideBlock(V v) {
-    if constexpr (sizeof(S) == 2) {
-        const V top = _mm256_and_si256(v, words(0xFC00));
-        const std::uint32_t hi = bytesOf(_mm256_cmpeq_epi16(top, words(0xD800)));
-        const std::uint32_t lo = bytesOf(_mm256_cmpeq_epi16(top, words(0xDC00)));
-        // A low surrogate must follow each high one, and only there: the
-        // first lane where that fails is at fault, or the one before it
-        // when that one holds the high surrogate without its low one.
-        const std::uint32_t bad = (hi << 2) ^ lo;
-        const unsigned cut = lowestBit(bad);
-        const unsigned inBits = bad != 0 ? cut - 2 * (((hi << 1) >> cut) & 1u) : 32 - 2 * (hi >> 31);
-        const std::uint32_t in = lowBits(inBits);
-        const std::uint32_t from80 = bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x80)), v)) & in;
-        const std::uint32_t from800 = bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x800)), v)) & in;
-        // Three bytes for each unit from 0x800, but four for a pair.
-        return {inBits / 2, bad != 0, from80, (inBits + ones(from80) + ones(from800) - ones((hi | lo) & in)) / 2};
-    } else {
-        const V d = _mm256_sub_epi32(v, dwords(0xD800));
-        const V sur = _mm256_cmpeq_epi32(_mm256_min_epu32(d, dwords(0x7FF)), d);
-        const V big = _mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x110000)), v);
-        const std::uint32_t other = bytesOf(_mm256_or_si256(sur, big));
-        const unsigned lanes = other == 0 ? 8 : lowestBit(other) / 4;
-        const std::uint32_t in = lowBits(lanes * 4);
-        const std::uint32_t from80 = bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x80)), v)) & in;
-        const std::uint32_t from800 = bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x800)), v)) & in;
-        const std::uint32_t from10000 = bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x10000)), v)) & in;
-        return {lanes, other != 0, from80, lanes + (ones(from80) + ones(from800) + ones(from10000)) / 4};
-    }
-}
-
 // Checks whole blocks of 32 bytes from `from` (a character boundary) while
 // they lie before `limit`, at most `blocks` of them, and their UTF-8 at most
-// `room` bytes. It ends before the first unit that is not taken (see
-// wideBlock), or before the first block whose UTF-8 would not fit.
+// `room` bytes. It ends before the first unit that is not taken: in UTF-16 a
+// surrogate that is not part of a well-formed pair, in UTF-32 a surrogate
+// code or anything above 0x10FFFF; or before the first block whose UTF-8
+// would not fit.
+//
+// UTF-16 blocks follow one another at a fixed stride, so that the next load
+// never waits on the checks of the block before: a pair that a block's end
+// splits is carried into the next block, whose first unit must then be its
+// low surrogate, and is left out again (with its two bytes) when the check
+// ends there.
 template <class S>
 QEL_AVX2 inline Checked<S> checkWideStretch(const S* from, const S* limit, std::size_t room, std::size_t blocks) {
     constexpr std::ptrdiff_t kLanes = 32 / sizeof(S);
     const S* b = from;
     std::size_t units = 0;
     const S* lastOther = nullptr;
+    std::uint32_t carry = 0;  // 3 when the block before ended with a high surrogate
+    bool pairs = false;
+    const auto done = [&](bool stopped) {
+        if (carry != 0) return Checked<S>{b - 1, units - 2, lastOther, true, pairs};
+        return Checked<S>{b, units, lastOther, stopped, pairs};
+    };
     for (; blocks > 0 && limit - b >= kLanes; --blocks) {
-        const WideBlock k = wideBlock<S>(load256(b));
-        if (units + k.bytes > room) return {b, units, lastOther, true};
-        units += k.bytes;
-        if (k.from80 != 0) lastOther = b + highestBit(k.from80) / sizeof(S);
-        b += k.lanes;
-        if (k.fault) return {b, units, lastOther, true};
+        const V v = load256(b);
+        if constexpr (sizeof(S) == 2) {
+            const std::uint32_t from80 = bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x80)), v));
+            const std::uint32_t from800 = bytesOf(_mm256_cmpeq_epi16(_mm256_max_epu16(v, words(0x800)), v));
+            const std::uint32_t sur =
+                bytesOf(_mm256_cmpeq_epi16(_mm256_and_si256(v, words(0xF800)), words(0xD800)));
+            if ((sur | carry) == 0) {
+                // No surrogates: one, two or three bytes a unit.
+                const std::size_t more = kLanes + (ones(from80) + ones(from800)) / 2;
+                if (units + more > room) return done(true);
+                units += more;
+                if (from80 != 0) lastOther = b + highestBit(from80) / 2;
+                b += kLanes;
+                continue;
+            }
+            const std::uint32_t hi =
+                bytesOf(_mm256_cmpeq_epi16(_mm256_and_si256(v, words(0xFC00)), words(0xD800)));
+            const std::uint32_t lo = sur & ~hi;
+            pairs = true;
+            // A low surrogate must follow each high one, and only there.
+            const std::uint32_t highBefore = (hi << 2) | carry;
+            const std::uint32_t bad = highBefore ^ lo;
+            // Lanes taken, two bits each: all, or those before the first
+            // lane at fault, less the high surrogate before it if any.
+            std::uint32_t in = ~0u;
+            if (bad != 0) {
+                const unsigned cut = lowestBit(bad);
+                if (cut == 0) return done(true);
+                in = ((highBefore >> cut) & 1u) != 0 ? lowBits(cut - 2) : lowBits(cut);
+            }
+            // Three bytes for each unit from 0x800, but four for a pair.
+            const std::size_t more = (ones(in) + ones(from80 & in) + ones(from800 & in) - ones(sur & in)) / 2;
+            if (units + more > room) return done(true);
+            units += more;
+            // The high surrogate that ends the block is not the end of a character.
+            const std::uint32_t ended = from80 & in & ~(hi & 0xC0000000u);
+            if (ended != 0) lastOther = b + highestBit(ended) / 2;
+            if (bad != 0) {
+                b += ones(in) / 2;
+                carry = 0;
+                return done(true);
+            }
+            carry = hi >> 30;
+            b += kLanes;
+        } else {
+            const V d = _mm256_sub_epi32(v, dwords(0xD800));
+            const V sur = _mm256_cmpeq_epi32(_mm256_min_epu32(d, dwords(0x7FF)), d);
+            const V big = _mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x110000)), v);
+            const std::uint32_t other = bytesOf(_mm256_or_si256(sur, big));
+            const unsigned lanes = other == 0 ? unsigned{kLanes} : lowestBit(other) / 4;
+            const std::uint32_t in = lowBits(lanes * 4);
+            const std::uint32_t from80 = bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x80)), v)) & in;
+            const std::uint32_t from800 = bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x800)), v)) & in;
+            const std::uint32_t from10000 =
+                bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x10000)), v)) & in;
+            const std::size_t more = lanes + (ones(from80) + ones(from800) + ones(from10000)) / 4;
+            if (units + more > room) return done(true);
+            units += more;
+            if (from80 != 0) lastOther = b + highestBit(from80) / 4;
+            b += lanes;
+            if (lanes != kLanes) return done(true);
+        }
     }
-    return {b, units, lastOther, limit - b < kLanes};
+    return done(limit - b < kLanes);
 }
 
 // The sizes of the character that ends with the unit at `other` (null:
@@ -498,13 +527,13 @@ inline void reportWide(const S* other, SlowChar* last) {
     last->size = rules::utf8Size(*other);
 }
 
-// Writes 8 units of S in 32-bit lanes as UTF-8: in UTF-32 code points, in
-// UTF-16 units of the BMP and surrogates of pairs, whose four bytes are
-// split between them, the first two on the high surrogate and the last two
-// on the low one. `before` holds the unit before each lane (only that before
-// a low surrogate is used). Writes up to 32 bytes in UTF-32 and 28 in
-// UTF-16, of which those past the forms' are written over later.
-template <class S>
+// Writes 8 units in 32-bit lanes as UTF-8: code points, those from 0x10000
+// only when kFour, and with kPairs surrogates of pairs too, whose four bytes
+// are split between them, the first two on the high surrogate and the last
+// two on the low one (`before` holds the unit before each lane, of which
+// only those before low surrogates are used). Writes up to kFour ? 32 : 28
+// bytes, of which those past the forms' are written over later.
+template <bool kFour, bool kPairs>
 QEL_AVX2 inline unsigned storeUtf8(V u, V before, char* o) {
     const V from80 = _mm256_cmpgt_epi32(u, dwords(0x7F));
     V from800 = _mm256_cmpgt_epi32(u, dwords(0x7FF));
@@ -517,7 +546,7 @@ QEL_AVX2 inline unsigned storeUtf8(V u, V before, char* o) {
                                     _mm256_or_si256(_mm256_slli_epi32(mid, 8), _mm256_slli_epi32(last, 16)));
     V forms = _mm256_blendv_epi8(_mm256_blendv_epi8(u, two, from80), three, from800);
     unsigned m4 = 0;
-    if constexpr (sizeof(S) == 4) {
+    if constexpr (kFour) {
         const V from10000 = _mm256_cmpgt_epi32(u, dwords(0xFFFF));
         m4 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from10000)));
         const V second = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi32(u, 12), low6), cont);
@@ -526,7 +555,8 @@ QEL_AVX2 inline unsigned storeUtf8(V u, V before, char* o) {
             _mm256_or_si256(_mm256_slli_epi32(second, 8),
                             _mm256_or_si256(_mm256_slli_epi32(mid, 16), _mm256_slli_epi32(last, 24))));
         forms = _mm256_blendv_epi8(forms, four, from10000);
-    } else {
+    }
+    if constexpr (kPairs) {
         const V top = _mm256_and_si256(u, dwords(0xFC00));
         const V isHigh = _mm256_cmpeq_epi32(top, dwords(0xD800));
         const V isSur = _mm256_or_si256(isHigh, _mm256_cmpeq_epi32(top, dwords(0xDC00)));
@@ -556,18 +586,38 @@ QEL_AVX2 inline unsigned storeUtf8(V u, V before, char* o) {
     return 8 + ones(m2) + ones(m3) + ones(m4);
 }
 
-// Writes the 8 units at p as UTF-8 (see storeUtf8); `before` is the unit
-// before p, used only when p holds a low surrogate.
-template <class S>
-QEL_AVX2 inline unsigned wideStep(const S* p, u32 before, char* o) {
-    if constexpr (sizeof(S) == 2) {
-        const H in = load128(p);
-        const H prev = _mm_alignr_epi8(in, _mm_set1_epi16(static_cast<short>(before)), 14);
-        return storeUtf8<S>(_mm256_cvtepu16_epi32(in), _mm256_cvtepu16_epi32(prev), o);
+// Writes the 8 units at p as UTF-8 (see storeUtf8), surrogate pairs
+// included when kPairs. The unit before p is read only when p holds a low
+// surrogate (which the unit before completes).
+template <class S, bool kPairs>
+QEL_AVX2 inline unsigned wideStep(const S* p, char* o) {
+    if constexpr (sizeof(S) == 4) {
+        return storeUtf8<true, false>(load256(p), load256(p), o);
+    } else if constexpr (!kPairs) {
+        const V u = _mm256_cvtepu16_epi32(load128(p));
+        return storeUtf8<false, false>(u, u, o);
     } else {
-        (void)before;
-        const V u = load256(p);
-        return storeUtf8<S>(u, u, o);
+        const H in = load128(p);
+        const u16 before = p[rules::isLowSurrogate(p[0]) ? -1 : 0];
+        const H prev = _mm_alignr_epi8(in, _mm_set1_epi16(static_cast<short>(before)), 14);
+        return storeUtf8<false, true>(_mm256_cvtepu16_epi32(in), _mm256_cvtepu16_epi32(prev), o);
+    }
+}
+
+// Converts the checked units from *p in steps while a step's 8 units lie
+// before `checked` and its 32 bytes before `filled`. Where the steps end
+// inside a pair, *p goes back to its high surrogate, whose bytes are written
+// again.
+template <class S, bool kPairs>
+QEL_AVX2 inline void wideSteps(const S*& p, const S* checked, char*& o, const char* filled) {
+    if (checked - p < 8 || filled - o < 32) return;
+    do {
+        o += wideStep<S, kPairs>(p, o);
+        p += 8;
+    } while (checked - p >= 8 && filled - o >= 32);
+    if (kPairs && rules::isHighSurrogate(static_cast<u32>(p[-1]))) {
+        --p;
+        o -= 2;
     }
 }
 
@@ -581,6 +631,7 @@ QEL_AVX2 void wideToUtf8Convert(const S** pp, const S* end, char** oo, const cha
     const S* checked = p;  // the units from p to here are checked
     char* filled = o;      // and their UTF-8 ends here
     const S* lastOther = nullptr;
+    const S* pairsEnd = p;  // the checked units from here hold no surrogates
     for (;;) {
         if (p == checked) {
             // Whole blocks of ASCII in one pass.
@@ -606,19 +657,13 @@ QEL_AVX2 void wideToUtf8Convert(const S** pp, const S* end, char** oo, const cha
         checked = c.end;
         filled += c.units;
         room -= c.units;
-        // A step writes up to 32 bytes. The unit before a step is read from
-        // the step before, so that the first needs none: p is then at a
-        // character boundary. Where the steps end inside a pair, p goes
-        // back to its high surrogate, whose bytes are written again.
-        u32 before = 0;
-        while (checked - p >= 8 && filled - o >= 32) {
-            o += wideStep(p, before, o);
-            before = static_cast<u32>(p[7]);
-            p += 8;
-        }
-        if (sizeof(S) == 2 && rules::isHighSurrogate(before)) {
-            --p;
-            o -= 2;
+        // The steps of a stretch without surrogates (nor any left from the
+        // stretch before) need not look for pairs.
+        if (c.pairs) pairsEnd = checked;
+        if (p < pairsEnd) {
+            wideSteps<S, true>(p, checked, o, filled);
+        } else {
+            wideSteps<S, false>(p, checked, o, filled);
         }
         if (c.stopped) break;
     }
