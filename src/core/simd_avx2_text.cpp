@@ -529,13 +529,13 @@ inline void reportWide(const S* other, SlowChar* last) {
 
 // Writes 8 units in 32-bit lanes as UTF-8: code points, those from 0x10000
 // only when kFour, and with kPairs surrogates of pairs too, whose four bytes
-// are split between them, the first two on the high surrogate and the last
-// two on the low one (`before` holds the unit before each lane, of which
-// only those before low surrogates are used). Writes up to kFour ? 32 : 28
-// bytes, of which those past the forms' are written over later.
+// are split between them, the first three on the high surrogate and the last
+// on the low one (`after` holds the unit after each lane, of which only
+// those after high surrogates are used). Writes up to kFour ? 32 : 28 bytes,
+// of which those past the forms' are written over later.
 template <bool kFour, bool kPairs>
-QEL_AVX2 inline unsigned storeUtf8(V u, V before, char* o) {
-    const V from80 = _mm256_cmpgt_epi32(u, dwords(0x7F));
+QEL_AVX2 inline unsigned storeUtf8(V u, V after, char* o) {
+    V from80 = _mm256_cmpgt_epi32(u, dwords(0x7F));
     V from800 = _mm256_cmpgt_epi32(u, dwords(0x7FF));
     // The form of each code point in its lane, first byte lowest.
     const V low6 = dwords(0x3F), cont = dwords(0x80);
@@ -559,21 +559,24 @@ QEL_AVX2 inline unsigned storeUtf8(V u, V before, char* o) {
     if constexpr (kPairs) {
         const V top = _mm256_and_si256(u, dwords(0xFC00));
         const V isHigh = _mm256_cmpeq_epi32(top, dwords(0xD800));
-        const V isSur = _mm256_or_si256(isHigh, _mm256_cmpeq_epi32(top, dwords(0xDC00)));
+        const V isLow = _mm256_cmpeq_epi32(top, dwords(0xDC00));
         // With a high surrogate h and a low one l, the code point is
         // (w << 10) + (l & 3FF) where w = (h & 3FF) + 40: its bytes are
         // F0 | w >> 8, 80 | (w >> 2) & 3F, 80 | (w & 3) << 4 | (l >> 6) & F
-        // and 80 | l & 3F.
+        // and 80 | l & 3F (`last` of the low surrogate, one byte).
         const V w = _mm256_add_epi32(_mm256_and_si256(u, dwords(0x3FF)), dwords(0x40));
+        const V third = _mm256_or_si256(
+            _mm256_or_si256(_mm256_and_si256(_mm256_slli_epi32(w, 4), dwords(0x30)),
+                            _mm256_and_si256(_mm256_srli_epi32(after, 6), dwords(0xF))),
+            cont);
         const V highForm = _mm256_or_si256(
             _mm256_or_si256(_mm256_srli_epi32(w, 8), dwords(0xF0)),
-            _mm256_slli_epi32(_mm256_or_si256(_mm256_and_si256(_mm256_srli_epi32(w, 2), low6), cont), 8));
-        const V lowForm = _mm256_or_si256(
-            _mm256_or_si256(_mm256_and_si256(_mm256_slli_epi32(before, 4), dwords(0x30)),
-                            _mm256_and_si256(_mm256_srli_epi32(u, 6), dwords(0xF))),
-            _mm256_or_si256(cont, _mm256_slli_epi32(last, 8)));
-        forms = _mm256_blendv_epi8(forms, _mm256_blendv_epi8(lowForm, highForm, isHigh), isSur);
-        from800 = _mm256_andnot_si256(isSur, from800);
+            _mm256_or_si256(
+                _mm256_slli_epi32(_mm256_or_si256(_mm256_and_si256(_mm256_srli_epi32(w, 2), low6), cont), 8),
+                _mm256_slli_epi32(third, 16)));
+        forms = _mm256_blendv_epi8(_mm256_blendv_epi8(forms, highForm, isHigh), last, isLow);
+        from80 = _mm256_andnot_si256(isLow, from80);
+        from800 = _mm256_andnot_si256(isLow, from800);
     }
     const unsigned m2 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from80)));
     const unsigned m3 = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(from800)));
@@ -587,8 +590,8 @@ QEL_AVX2 inline unsigned storeUtf8(V u, V before, char* o) {
 }
 
 // Writes the 8 units at p as UTF-8 (see storeUtf8), surrogate pairs
-// included when kPairs. The unit before p is read only when p holds a low
-// surrogate (which the unit before completes).
+// included when kPairs, which read the unit after the 8 too (inside the
+// checked units, which always end before the last unit).
 template <class S, bool kPairs>
 QEL_AVX2 inline unsigned wideStep(const S* p, char* o) {
     if constexpr (sizeof(S) == 4) {
@@ -597,17 +600,14 @@ QEL_AVX2 inline unsigned wideStep(const S* p, char* o) {
         const V u = _mm256_cvtepu16_epi32(load128(p));
         return storeUtf8<false, false>(u, u, o);
     } else {
-        const H in = load128(p);
-        const u16 before = p[rules::isLowSurrogate(p[0]) ? -1 : 0];
-        const H prev = _mm_alignr_epi8(in, _mm_set1_epi16(static_cast<short>(before)), 14);
-        return storeUtf8<false, true>(_mm256_cvtepu16_epi32(in), _mm256_cvtepu16_epi32(prev), o);
+        return storeUtf8<false, true>(_mm256_cvtepu16_epi32(load128(p)), _mm256_cvtepu16_epi32(load128(p + 1)), o);
     }
 }
 
 // Converts the checked units from *p in steps while a step's 8 units lie
 // before `checked` and its 32 bytes before `filled`. Where the steps end
-// inside a pair, *p goes back to its high surrogate, whose bytes are written
-// again.
+// inside a pair, *p goes back to its high surrogate, whose three bytes are
+// written again.
 template <class S, bool kPairs>
 QEL_AVX2 inline void wideSteps(const S*& p, const S* checked, char*& o, const char* filled) {
     if (checked - p < 8 || filled - o < 32) return;
@@ -617,7 +617,7 @@ QEL_AVX2 inline void wideSteps(const S*& p, const S* checked, char*& o, const ch
     } while (checked - p >= 8 && filled - o >= 32);
     if (kPairs && rules::isHighSurrogate(static_cast<u32>(p[-1]))) {
         --p;
-        o -= 2;
+        o -= 3;
     }
 }
 
