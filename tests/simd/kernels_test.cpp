@@ -208,14 +208,16 @@ TEST(SimdCores, Utf32ToUtf16) { compareCores<policy::Utf32ToUtf16>("UTF-32 -> UT
 // Surrogate pairs at the edges of the kernels' 32-unit steps (the pair's
 // high half in a step's last lane, its low half the first unit of the next
 // step or of what the kernel leaves), followed by what may end the kernel
-// there: the text's end, ill-formed units, more text.
+// there: the text's end, ill-formed units, more text. From leads of 13 and
+// 29 the units after the pair put a high surrogate, lone or not, in the last
+// lane of a 16-unit block.
 template <class P, bool kHasFill>
 void comparePairsAtStepEdges(const char* pair) {
     const auto sets = vectorSets();
     if (sets.empty()) GTEST_SKIP() << "no vector kernels in this build or on this CPU";
     const std::vector<u16> tails[] = {{},       {0xD800},         {0xDC00}, {0xD83D, 0x41},
                                       {0xD83D, 0xDE00}, std::vector<u16>(40, 0x62)};
-    for (std::size_t lead : {30, 31, 32, 33, 62, 63, 64, 95}) {
+    for (std::size_t lead : {13, 29, 30, 31, 32, 33, 62, 63, 64, 95}) {
         for (const auto& tail : tails) {
             std::vector<u16> input(lead, 0x61);
             input.insert(input.end(), {0xD83D, 0xDE00});
