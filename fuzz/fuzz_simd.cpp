@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "core/policies.h"
-#include "core/simd.h"
+#include "simd/simd.h"
 #include "harness.h"
 #include "kernel_runs.h"
 #include "qel/qelcore.h"

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "core/policies.h"
-#include "core/simd.h"
+#include "simd/simd.h"
 #include "qel/qelcore.h"
 
 namespace qelkernels {

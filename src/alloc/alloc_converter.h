@@ -17,7 +17,7 @@
 #include "common/common.h"
 #include "common/sequence.h"
 #include "core/pairs.h"
-#include "core/simd.h"
+#include "simd/simd.h"
 #include "qel/qelcore.h"
 
 namespace qel {

@@ -30,7 +30,7 @@
 
 #include "common/common.h"
 #include "core/rules.h"
-#include "core/simd.h"
+#include "simd/simd.h"
 #include "qel/qelcore.h"
 
 namespace qel {

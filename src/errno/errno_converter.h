@@ -22,7 +22,7 @@
 #include "common/sequence.h"
 #include "core/pairs.h"
 #include "core/rules.h"
-#include "core/simd.h"
+#include "simd/simd.h"
 
 namespace qel {
 namespace errnostyle {

@@ -12,9 +12,8 @@
 // UTF-16 and UTF-32 steps check surrogates and code-point ranges lane by
 // lane. A step takes the longest prefix of whole, well-formed characters and
 // leaves the rest to the next step or to the per-character code.
-#include "core/simd.h"
+#include "simd/simd.h"
 
-#if defined(__x86_64__) && !defined(QELUTF_SCALAR)
 
 // GCC 12 warns about the deliberately undefined vectors inside its own
 // AVX-512 intrinsics (a known false positive).
@@ -1705,15 +1704,11 @@ constexpr Kernels kTable = makeKernels();
 
 const Kernels* avx512Kernels() noexcept { return &kTable; }
 
+QEL_RESOLVER bool avx512Usable() noexcept {
+    __builtin_cpu_init();
+    return QEL_CPU_HAS("avx512f") && QEL_CPU_HAS("avx512bw") && QEL_CPU_HAS("avx512vl") && QEL_CPU_HAS("avx512dq") &&
+           QEL_CPU_HAS("avx512vbmi") && QEL_CPU_HAS("avx512vbmi2") && QEL_CPU_HAS("bmi2");
+}
+
 }  // namespace simd
 }  // namespace qel
-
-#else
-
-namespace qel {
-namespace simd {
-const Kernels* avx512Kernels() noexcept { return nullptr; }
-}  // namespace simd
-}  // namespace qel
-
-#endif

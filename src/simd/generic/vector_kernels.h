@@ -33,10 +33,10 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "core/simd.h"
+#include "simd/simd.h"
 
 #if !defined(QEL_VEC_TARGET) || !defined(QEL_VEC_SCAN)
-#error "define QEL_VEC_TARGET and QEL_VEC_SCAN before including core/simd_vector_kernels.h"
+#error "define QEL_VEC_TARGET and QEL_VEC_SCAN before including simd/generic/vector_kernels.h"
 #endif
 
 namespace qel {

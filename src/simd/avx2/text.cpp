@@ -16,9 +16,8 @@
 //
 // The checks read only inside [p, end): these kernels need no exemption from
 // the sanitizers.
-#include "core/simd_avx2_text.h"
+#include "simd/avx2/text.h"
 
-#if defined(__x86_64__) && !defined(QELUTF_SCALAR)
 
 #include <immintrin.h>
 
@@ -721,5 +720,3 @@ QEL_AVX2 void utf32ToUtf8Measure(const u32** p, const u32* end, unsigned int* n,
 }  // namespace avx2
 }  // namespace simd
 }  // namespace qel
-
-#endif

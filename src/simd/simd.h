@@ -37,6 +37,7 @@
 #include <type_traits>
 
 #include "common/common.h"
+#include "simd/sets.h"
 
 // Marks a function that calls kernels through their pointers. Clang's
 // check of the callee's type on such calls (-fsanitize=function) is C++ only
@@ -52,7 +53,11 @@
 namespace qel {
 namespace simd {
 
-enum class Isa { Scalar, Sse2, Avx2, Avx512 };
+// The instruction sets of the registry (simd/sets.h, written by CMake from the
+// list in CMakeLists.txt), and Scalar for no vector code at all.
+#define QEL_SIMD_ENUM(Name, folder) Name,
+enum class Isa { Scalar, QEL_SIMD_KNOWN(QEL_SIMD_ENUM) };
+#undef QEL_SIMD_ENUM
 
 // Sizes of a character taken by a core kernel.
 struct SlowChar {
@@ -129,11 +134,18 @@ const Kernels& active() noexcept;
 // it (for tests that compare every set with the per-unit code).
 const Kernels* forIsa(Isa isa) noexcept;
 
-// The tables of each instruction set, defined by their own translation units
-// (each returns null when the build has no such code).
-const Kernels* sse2Kernels() noexcept;
-const Kernels* avx2Kernels() noexcept;
-const Kernels* avx512Kernels() noexcept;
+// What the folder src/simd/<folder>/ of each set the build has defines: its
+// table, and whether this CPU runs it. <folder>Usable runs inside the
+// loader's resolver of active() and so may call nothing instrumented.
+#define QEL_SIMD_DECLARE(Name, folder)         \
+    const Kernels* folder##Kernels() noexcept; \
+    bool folder##Usable() noexcept;
+QEL_SIMD_BUILT(QEL_SIMD_DECLARE)
+#undef QEL_SIMD_DECLARE
+
+#define QEL_RESOLVER __attribute__((no_sanitize("address", "thread", "undefined")))
+// A CPU feature test for <folder>Usable (x86: __builtin_cpu_init first).
+#define QEL_CPU_HAS(feature) (__builtin_cpu_supports(feature) != 0)
 
 // ---- constants of the kernels ---------------------------------------------------------
 

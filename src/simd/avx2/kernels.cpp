@@ -1,10 +1,9 @@
-// AVX2 kernels: the kernels of simd_vector_kernels.h on 32-byte vectors, and
-// the multi-byte kernels of simd_avx2_text.cpp for four of the pairs.
+// AVX2 kernels: the kernels of generic/vector_kernels.h on 32-byte vectors, and
+// the multi-byte kernels of text.cpp for four of the pairs.
 // Every function carries its target attribute itself, so that no code
 // outside this file is built for these instructions.
-#include "core/simd.h"
+#include "simd/simd.h"
 
-#if defined(__x86_64__) && !defined(QELUTF_SCALAR)
 
 #include <immintrin.h>
 
@@ -13,8 +12,8 @@
 #define QEL_VEC_TARGET __attribute__((target("avx2,bmi,bmi2,lzcnt,popcnt")))
 #define QEL_VEC_SCAN QEL_VEC_TARGET __attribute__((no_sanitize("address", "thread")))
 
-#include "core/simd_vector_kernels.h"
-#include "core/simd_avx2_text.h"
+#include "simd/generic/vector_kernels.h"
+#include "simd/avx2/text.h"
 
 namespace qel {
 namespace simd {
@@ -62,9 +61,9 @@ private:
     QEL_VEC_TARGET static __m128i high(V v) { return _mm256_extracti128_si256(v, 1); }
 };
 
-// The kernels of simd_vector_kernels.h, but for the cores of UTF-8 into
+// The kernels of generic/vector_kernels.h, but for the cores of UTF-8 into
 // UTF-16 and UTF-32 and of UTF-16 and UTF-32 into UTF-8 those that take
-// multi-byte characters too (simd_avx2_text.cpp).
+// multi-byte characters too (text.cpp).
 constexpr Kernels withTextKernels(Kernels k) {
     k.u8u16 = {&avx2::utf8ToUtf16Convert, &avx2::utf8ToUtf16Measure};
     k.u8u32 = {&avx2::utf8ToUtf32Convert, &avx2::utf8ToUtf32Measure};
@@ -80,15 +79,10 @@ constexpr Kernels kTable = withTextKernels(makeKernels<Avx2>());
 
 const Kernels* avx2Kernels() noexcept { return &kTable; }
 
+QEL_RESOLVER bool avx2Usable() noexcept {
+    __builtin_cpu_init();
+    return QEL_CPU_HAS("avx2") && QEL_CPU_HAS("bmi2");
+}
+
 }  // namespace simd
 }  // namespace qel
-
-#else
-
-namespace qel {
-namespace simd {
-const Kernels* avx2Kernels() noexcept { return nullptr; }
-}  // namespace simd
-}  // namespace qel
-
-#endif

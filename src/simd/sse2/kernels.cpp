@@ -1,8 +1,7 @@
-// SSE2 kernels, the x86-64 baseline: the kernels of simd_vector_kernels.h on
+// SSE2 kernels, the x86-64 baseline: the kernels of generic/vector_kernels.h on
 // 16-byte vectors.
-#include "core/simd.h"
+#include "simd/simd.h"
 
-#if defined(__x86_64__) && !defined(QELUTF_SCALAR)
 
 #include <immintrin.h>
 
@@ -11,7 +10,7 @@
 #define QEL_VEC_TARGET __attribute__((target("sse2")))
 #define QEL_VEC_SCAN QEL_VEC_TARGET __attribute__((no_sanitize("address", "thread")))
 
-#include "core/simd_vector_kernels.h"
+#include "simd/generic/vector_kernels.h"
 
 namespace qel {
 namespace simd {
@@ -76,15 +75,7 @@ constexpr Kernels kTable = makeKernels<Sse2>();
 
 const Kernels* sse2Kernels() noexcept { return &kTable; }
 
+QEL_RESOLVER bool sse2Usable() noexcept { return true; }  // part of x86-64 itself
+
 }  // namespace simd
 }  // namespace qel
-
-#else
-
-namespace qel {
-namespace simd {
-const Kernels* sse2Kernels() noexcept { return nullptr; }
-}  // namespace simd
-}  // namespace qel
-
-#endif

@@ -1,13 +1,12 @@
 // The AVX2 core kernels of the pairs whose text is mostly multi-byte
-// characters (simd_avx2_text.cpp): UTF-8 into UTF-16 and UTF-32, and UTF-16
-// and UTF-32 into UTF-8. simd_avx2.cpp puts them in the AVX2 table in place
-// of the ASCII-only kernels of simd_vector_kernels.h. Each keeps the contract
+// characters (text.cpp): UTF-8 into UTF-16 and UTF-32, and UTF-16
+// and UTF-32 into UTF-8. kernels.cpp puts them in the AVX2 table in place
+// of the ASCII-only kernels of generic/vector_kernels.h. Each keeps the contract
 // of the core kernels in simd.h.
 #pragma once
 
-#include "core/simd.h"
+#include "simd/simd.h"
 
-#if defined(__x86_64__) && !defined(QELUTF_SCALAR)
 
 namespace qel {
 namespace simd {
@@ -25,5 +24,3 @@ void utf32ToUtf8Measure(const u32** p, const u32* end, unsigned int* n, SlowChar
 }  // namespace avx2
 }  // namespace simd
 }  // namespace qel
-
-#endif
