@@ -14,7 +14,7 @@
 #include <memory>
 #include <vector>
 
-#include "core/policies.h"
+#include "core/engine.h"
 #include "simd/simd.h"
 #include "harness.h"
 #include "kernel_runs.h"
@@ -24,7 +24,7 @@ using namespace qelfuzz;
 using namespace qelkernels;
 namespace core = qel::core;
 namespace simd = qel::simd;
-namespace policy = qel::core::policy;
+namespace policy = qel::core;
 
 namespace {
 

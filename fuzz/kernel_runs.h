@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-#include "core/policies.h"
+#include "core/engine.h"
 #include "simd/simd.h"
 #include "qel/qelcore.h"
 

@@ -3,6 +3,7 @@
 // sequences are copied whole, or closed or dropped when the buffer cuts them.
 #include "common/common.h"
 #include "common/sequence.h"
+#include "core/output.h"
 
 using namespace qel;
 
@@ -26,15 +27,15 @@ extern "C" QEL_API qelStrStatus qelStrUtf16Copy(char16_t* out, unsigned int outS
         if (*r == seq::kStart) {
             const seq::Recognised<u16> found = seq::Utf16Form::recognise(r, inEnd);
             if (found.valid) {
-                const seq::Carried<u16> c =
-                    seq::carryBounded<seq::Utf16Form, seq::Utf16Form>(r, found.stop + 1, w, bufEnd);
-                if (c.complete && c.pos != bufEnd) {
-                    w = c.pos;
+                core::Bounded<u16> seqOut{w, bufEnd};
+                const bool complete = core::carrySequence<seq::Utf16Form, seq::Utf16Form>(r, found.stop + 1, seqOut);
+                if (complete && seqOut.o != bufEnd) {
+                    w = seqOut.o;
                     r = found.stop + 1;
                     continue;
                 }
                 // Cut, also when the sequence ends on the buffer's last unit.
-                w = seq::closeFixed(w, c.pos, false);
+                w = seq::closeFixed(w, seqOut.o, false);
                 status = qelStrTruncated;
                 break;
             }

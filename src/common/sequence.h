@@ -67,7 +67,7 @@ struct FixedForm {
     }
 
     template <class O>
-    static O* close(O* seqStart, O* pos, O* /*bufEnd*/, bool fullLength) noexcept {
+    static O* close(O* seqStart, O* pos, const O* /*bufEnd*/, bool fullLength) noexcept {
         return closeFixed(seqStart, pos, fullLength);
     }
 };
@@ -134,7 +134,7 @@ struct Utf8Form {
     // buffer are free, and 0x02 is written after what is left, unless only the
     // start unit is left, which drops the sequence.
     template <class O>
-    static O* close(O* seqStart, O* pos, O* bufEnd, bool fullLength) noexcept {
+    static O* close(O* seqStart, O* pos, const O* bufEnd, bool fullLength) noexcept {
         if (fullLength || pos - seqStart < 4) return seqStart;
         if (static_cast<u8>(pos[-1]) >= 0xC0u) --pos;  // lone lead byte
         while (bufEnd - pos < 2) pos -= (static_cast<u8>(pos[-1]) & 0xC0u) == 0x80u ? 2 : 1;
@@ -148,38 +148,6 @@ using Utf16Form = FixedForm<u16>;
 using Utf32Form = FixedForm<u32>;
 using RawUtf8Form = FixedForm<u8>;
 using StdUtf8Form = Utf8Form<LeadBeforeEnd::EndsSequence>;
-
-// Size in target units of the recognised sequence [begin, end) of form From.
-template <class From, class To>
-inline unsigned int sizeIn(const typename From::Unit* begin, const typename From::Unit* end) noexcept {
-    unsigned int n = 0;
-    u32 units[2];
-    for (const typename From::Unit* p = begin; p != end;) n += static_cast<unsigned int>(To::encode(From::read(p), units));
-    return n;
-}
-
-// Result of carrying a sequence into a bounded output.
-template <class O>
-struct Carried {
-    O* pos;         // write position after what was written
-    bool complete;  // the whole sequence was written
-};
-
-// Carries the recognised sequence [begin, end) over into the output at `out`,
-// unit by unit, stopping when the output reaches bufEnd.
-template <class From, class To, class O>
-inline Carried<O> carryBounded(const typename From::Unit* begin, const typename From::Unit* end, O* out,
-                               O* bufEnd) noexcept {
-    u32 units[2];
-    for (const typename From::Unit* p = begin; p != end;) {
-        const int n = To::encode(From::read(p), units);
-        for (int i = 0; i < n; ++i) {
-            if (out == bufEnd) return {out, false};
-            *out++ = static_cast<O>(units[i]);
-        }
-    }
-    return {out, true};
-}
 
 }  // namespace seq
 }  // namespace qel

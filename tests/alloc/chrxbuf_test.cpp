@@ -5,9 +5,35 @@
 #include <type_traits>
 #include <vector>
 
-#include "alloc/append_sequence.h"
+#include "common/sequence.h"
+#include "core/output.h"
 #include "qel/qelcore.h"
 #include "support/test_provider.h"
+
+// The sequence copiers into a growing buffer, as the engine carries a
+// sequence into its chunked output.
+namespace qel {
+template <class From, class To, class T>
+bool appendSequence(qelChrXBuf<T>* buf, T** out, const T** outEnd, const typename From::Unit* begin,
+                    const typename From::Unit* end) {
+    core::Chunked<T> o{buf, *out, *outEnd};
+    const bool complete = core::carrySequence<From, To>(begin, end, o);
+    *out = o.o;
+    *outEnd = o.end;
+    return complete;
+}
+#define QEL_STD_COPIER(T, S, From, To) \
+    inline bool appendSequence(qelChrXBuf<T>* b, T** o, const T** e, const S* p, const S* q) { \
+        return appendSequence<seq::From, seq::To>(b, o, e, p, q); \
+    }
+QEL_STD_COPIER(char, u16, Utf16Form, StdUtf8Form)
+QEL_STD_COPIER(char, u32, Utf32Form, StdUtf8Form)
+QEL_STD_COPIER(u16, u8, StdUtf8Form, Utf16Form)
+QEL_STD_COPIER(u32, u8, StdUtf8Form, Utf32Form)
+QEL_STD_COPIER(u16, u32, Utf32Form, Utf16Form)
+QEL_STD_COPIER(u32, u16, Utf16Form, Utf32Form)
+#undef QEL_STD_COPIER
+}  // namespace qel
 
 namespace {
 

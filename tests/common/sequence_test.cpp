@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/sequence.h"
+#include "core/output.h"
 
 using namespace qel;
 
@@ -31,6 +32,26 @@ std::vector<u16> contentRun(int n) {
     std::vector<u16> v(1, 0x01);
     for (int i = 0; i < n; ++i) v.push_back(static_cast<u16>(0x41 + i));
     return v;
+}
+
+// The engine carries sequences through its outputs: a bounded buffer, and a
+// counter for sizes.
+template <class O>
+struct Carried {
+    O* pos;
+    bool complete;
+};
+template <class From, class To, class O>
+Carried<O> carryBounded(const typename From::Unit* begin, const typename From::Unit* end, O* out, O* bufEnd) {
+    qel::core::Bounded<O> o{out, bufEnd};
+    const bool complete = qel::core::carrySequence<From, To>(begin, end, o);
+    return {o.o, complete};
+}
+template <class From, class To>
+unsigned int sizeIn(const typename From::Unit* begin, const typename From::Unit* end) {
+    qel::core::Counter c{0};
+    qel::core::carrySequence<From, To>(begin, end, c);
+    return c.n;
 }
 
 TEST(SequenceRecognition, FixedWidthForms) {
@@ -98,39 +119,39 @@ TEST(SequenceCarryOver, BetweenFormsAndSizes) {
     const std::vector<u8> rawUtf8{0x01, 0x41, 0x85, 0x02};
     char out[16];
 
-    auto toStd = seq::carryBounded<seq::Utf16Form, seq::StdUtf8Form>(wide.data(), wide.data() + 4, out, out + 16);
+    auto toStd = carryBounded<seq::Utf16Form, seq::StdUtf8Form>(wide.data(), wide.data() + 4, out, out + 16);
     ASSERT_TRUE(toStd.complete);
     EXPECT_EQ(std::vector<u8>(out, toStd.pos), stdUtf8);
-    EXPECT_EQ((seq::sizeIn<seq::Utf16Form, seq::StdUtf8Form>(wide.data(), wide.data() + 4)), 5u);
+    EXPECT_EQ((sizeIn<seq::Utf16Form, seq::StdUtf8Form>(wide.data(), wide.data() + 4)), 5u);
 
-    auto toRaw = seq::carryBounded<seq::Utf16Form, seq::RawUtf8Form>(wide.data(), wide.data() + 4, out, out + 16);
+    auto toRaw = carryBounded<seq::Utf16Form, seq::RawUtf8Form>(wide.data(), wide.data() + 4, out, out + 16);
     EXPECT_EQ(std::vector<u8>(out, toRaw.pos), rawUtf8);
-    EXPECT_EQ((seq::sizeIn<seq::Utf16Form, seq::RawUtf8Form>(wide.data(), wide.data() + 4)), 4u);
+    EXPECT_EQ((sizeIn<seq::Utf16Form, seq::RawUtf8Form>(wide.data(), wide.data() + 4)), 4u);
 
     // Both UTF-8 forms come back to the same UTF-16 units.
     u16 back[8];
-    auto fromStd = seq::carryBounded<seq::StdUtf8Form, seq::Utf16Form>(stdUtf8.data(), stdUtf8.data() + 5, back, back + 8);
+    auto fromStd = carryBounded<seq::StdUtf8Form, seq::Utf16Form>(stdUtf8.data(), stdUtf8.data() + 5, back, back + 8);
     EXPECT_EQ(std::vector<u16>(back, fromStd.pos), wide);
-    EXPECT_EQ((seq::sizeIn<seq::StdUtf8Form, seq::Utf16Form>(stdUtf8.data(), stdUtf8.data() + 5)), 4u);
-    auto fromRaw = seq::carryBounded<seq::RawUtf8Form, seq::Utf16Form>(rawUtf8.data(), rawUtf8.data() + 4, back, back + 8);
+    EXPECT_EQ((sizeIn<seq::StdUtf8Form, seq::Utf16Form>(stdUtf8.data(), stdUtf8.data() + 5)), 4u);
+    auto fromRaw = carryBounded<seq::RawUtf8Form, seq::Utf16Form>(rawUtf8.data(), rawUtf8.data() + 4, back, back + 8);
     EXPECT_EQ(std::vector<u16>(back, fromRaw.pos), wide);
 
     // The lone lead byte and the 0x02 after it become one unit, without an end unit.
     const std::vector<u8> quirk{0x01, 0x41, 0xC2, 0x02};
-    auto q = seq::carryBounded<seq::StdUtf8Form, seq::Utf16Form>(quirk.data(), quirk.data() + 4, back, back + 8);
+    auto q = carryBounded<seq::StdUtf8Form, seq::Utf16Form>(quirk.data(), quirk.data() + 4, back, back + 8);
     EXPECT_EQ(std::vector<u16>(back, q.pos), (std::vector<u16>{0x01, 0x41, 0x82}));
-    EXPECT_EQ((seq::sizeIn<seq::StdUtf8Form, seq::Utf16Form>(quirk.data(), quirk.data() + 4)), 3u);
+    EXPECT_EQ((sizeIn<seq::StdUtf8Form, seq::Utf16Form>(quirk.data(), quirk.data() + 4)), 3u);
 
     // UTF-32 into UTF-16 keeps the low 16 bits; UTF-16 into UTF-32 zero-extends.
     const std::vector<u32> w32{0x01, 0x9F, 0x02};
-    auto t16 = seq::carryBounded<seq::Utf32Form, seq::Utf16Form>(w32.data(), w32.data() + 3, back, back + 8);
+    auto t16 = carryBounded<seq::Utf32Form, seq::Utf16Form>(w32.data(), w32.data() + 3, back, back + 8);
     EXPECT_EQ(std::vector<u16>(back, t16.pos), (std::vector<u16>{0x01, 0x9F, 0x02}));
 }
 
 TEST(SequenceCarryOver, StopsAtTheBufferEnd) {
     const std::vector<u16> wide{0x01, 0x85, 0x85, 0x02};
     char out[4];
-    auto c = seq::carryBounded<seq::Utf16Form, seq::StdUtf8Form>(wide.data(), wide.data() + 4, out, out + 4);
+    auto c = carryBounded<seq::Utf16Form, seq::StdUtf8Form>(wide.data(), wide.data() + 4, out, out + 4);
     EXPECT_FALSE(c.complete);
     EXPECT_EQ(c.pos, out + 4);
     EXPECT_EQ(static_cast<u8>(out[3]), 0xC2);  // a lead byte whose second byte did not fit

@@ -36,7 +36,7 @@ AllocOutcome runAlloc(const Units& input, unsigned int left, bool noMemory) {
     D* const start = buf.firstChunk + 512 - left;
     D* out = start;
     const D* outEnd = buf.firstChunk + 512;
-    const int r = Pr::alloc(&buf, &out, &outEnd, &cursor, in.end());
+    const int r = qel::core::convertAlloc<Pr>(&buf, &out, &outEnd, &cursor, in.end());
     const std::size_t consumed = static_cast<std::size_t>(cursor - in.begin());
     // Here each consumed unit before the failure is one output unit.
     const bool inPlace = out == start + consumed && outEnd == buf.firstChunk + 512;

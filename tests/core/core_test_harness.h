@@ -7,6 +7,9 @@
 #include <memory>
 #include <vector>
 
+#include <type_traits>
+
+#include "core/engine.h"
 #include "core/pairs.h"
 
 namespace coretest {
@@ -70,16 +73,17 @@ Outcome run(Kind kind, const Units& input, std::size_t room) {
     const S* cursor = in.begin();
     if (kind == Kind::Measure) {
         unsigned int count = 1000;  // the core adds to what is there
-        const int r = Pr::preflight(&count, &cursor, in.end());
+        const int r = qel::core::measureRun<Pr>(&count, &cursor, in.end());
         return {r, static_cast<std::size_t>(cursor - in.begin()), Units(count - 1000, 0), {}};
     }
     Block<D> out(Units(room, 0x5A));
     D* o = out.begin();
     int r = 0;
-    if constexpr (Pr::kHasFill) {
-        r = kind == Kind::Fill ? Pr::fill(&o, out.end(), &cursor, in.end()) : Pr::safe(&o, out.end(), &cursor, in.end());
+    if constexpr (!std::is_same_v<typename Pr::Pair, qel::core::Utf16ToUtf32>) {  // the pair has no fill converter
+        r = kind == Kind::Fill ? qel::core::convertFill<Pr>(&o, out.end(), &cursor, in.end())
+                               : qel::core::convertSafe<Pr>(&o, out.end(), &cursor, in.end());
     } else {
-        r = Pr::safe(&o, out.end(), &cursor, in.end());
+        r = qel::core::convertSafe<Pr>(&o, out.end(), &cursor, in.end());
     }
     return {r, static_cast<std::size_t>(cursor - in.begin()), unitsOf(out.begin(), o), unitsOf(out.begin(), out.end())};
 }

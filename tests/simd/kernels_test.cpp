@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "core/policies.h"
+#include "core/engine.h"
 #include "simd/simd.h"
 #include "kernel_runs.h"
 #include "qel/qelcore.h"
@@ -27,7 +27,7 @@ namespace {
 
 using namespace qel;
 using namespace qelkernels;
-namespace policy = qel::core::policy;
+namespace policy = qel::core;
 
 const char* isaName(simd::Isa isa) {
     switch (isa) {
