@@ -48,7 +48,7 @@ struct BufferFiller {
         if (core::takeText<V>(read, inEnd, out.o, out.end)) return true;
         const auto copyPlain = simd::copyPlain<Src, Dst>(simd::active());
         for (;;) {
-            if (copyPlain != nullptr) copyPlain(&read, inEnd, &out.o, out.end);
+            if (copyPlain != nullptr && core::worthAKernel(read, inEnd)) copyPlain(&read, inEnd, &out.o, out.end);
             if (read == inEnd || !core::isPlainUnit(*read)) return true;
             if (!core::putUnit(out, *read)) return false;
             ++read;

@@ -32,15 +32,22 @@ struct BufferWriter {
     QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
         if (core::takeText<V>(read, inEnd, w, bufEnd)) return true;
         const auto copyPlain = simd::copyPlain<Src, Dst>(simd::active());
-        if (copyPlain != nullptr) copyPlain(&read, inEnd, &w, plainEnd);
-        for (; read != inEnd && core::isPlainUnit(*read); ++read) {
-            if (w >= plainEnd) {
+        if (copyPlain != nullptr && core::worthAKernel(read, inEnd)) copyPlain(&read, inEnd, &w, plainEnd);
+        // Locals, so that no store through a UTF-8 output may change them.
+        const Src* r = read;
+        Dst* o = w;
+        bool room = true;
+        for (; r != inEnd && core::isPlainUnit(*r); ++r) {
+            if (o >= plainEnd) {
                 state.result = kNoRoom;
-                return false;
+                room = false;
+                break;
             }
-            *w++ = static_cast<Dst>(*read);
+            *o++ = static_cast<Dst>(*r);
         }
-        return true;
+        read = r;
+        w = o;
+        return room;
     }
     bool run(const Src*& runStart, const Src* runEnd, const Src* from, ConvState& st) noexcept {
         core::Bulk<V> bulk;

@@ -10,6 +10,8 @@
 // family's sink: a Measurer counts, the families' writers convert.
 #pragma once
 
+#include <cstdint>
+
 #include "common/common.h"
 #include "common/sequence.h"
 #include "core/engine.h"
@@ -23,8 +25,17 @@ namespace core {
 // A unit the fast path takes: ASCII other than a zero unit and 0x01.
 template <class U>
 constexpr bool isPlainUnit(U u) noexcept {
-    const u32 v = static_cast<u32>(u);
-    return v <= 0x7Fu && v != 0 && v != seq::kStart;
+    return static_cast<u32>(u) - 2u <= 0x7Du;  // 0x02..0x7F
+}
+
+// Whether a scan or copy kernel can pay for its call on the text from p:
+// below a whole vector of the widest kernels' steps the per-unit loops are
+// quicker. A string ended only by a zero unit has an end behind p (or null)
+// and counts as long.
+template <class U>
+inline bool worthAKernel(const U* p, const U* end) noexcept {
+    constexpr std::uintptr_t kMinBytes = 32;
+    return reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(p) >= kMinBytes;
 }
 
 // The fast path's vector step where the process has a text kernel: the
@@ -76,7 +87,7 @@ QEL_CALLS_KERNELS void walk(const typename V::Src*& runStart, const typename V::
             // The unit joins the pending run, and so does every unit up to
             // the next zero unit, 0x01 or the input end.
             ++read;
-            if (findStop != nullptr) {
+            if (findStop != nullptr && worthAKernel(read, inEnd)) {
                 read = findStop(read, inEnd);
             } else {
                 while (read != inEnd && static_cast<u32>(*read) > seq::kStart) ++read;
@@ -108,14 +119,15 @@ struct Measurer {
     Counter out;
 
     QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
-        const Src* const start = read;
+        const Src* r = read;
         const auto findSpecial = simd::scanKernels<Src>(simd::active()).findSpecial;
-        if (findSpecial != nullptr) {
-            read = findSpecial(read, inEnd);
+        if (findSpecial != nullptr && worthAKernel(r, inEnd)) {
+            r = findSpecial(r, inEnd);
         } else {
-            while (read != inEnd && isPlainUnit(*read)) ++read;
+            while (r != inEnd && isPlainUnit(*r)) ++r;
         }
-        out.n += unitsBetween(start, read);
+        out.n += unitsBetween(read, r);
+        read = r;
         return true;
     }
     bool run(const Src*& runStart, const Src* runEnd, const Src*, ConvState& state) noexcept {
