@@ -36,6 +36,7 @@ struct BufferFiller {
 
     qelChrXBuf<Dst> buf;
     core::Chunked<Dst> out{&buf, buf.firstChunk, buf.firstChunk + 512};
+    const simd::Kernels& kernels = simd::active();
 
     BufferFiller() noexcept = default;
     BufferFiller(const BufferFiller&) = delete;  // the cursors point into buf
@@ -45,8 +46,8 @@ struct BufferFiller {
     // the next chunk when the current one is full; the text kernel and the
     // block copy work within the chunk. False when no chunk could be had.
     QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
-        if (core::takeText<V>(read, inEnd, out.o, out.end)) return true;
-        const auto copyPlain = simd::copyPlain<Src, Dst>(simd::active());
+        if (core::takeText<V>(kernels, read, inEnd, out.o, out.end)) return true;
+        const auto copyPlain = simd::copyPlain<Src, Dst>(kernels);
         for (;;) {
             if (copyPlain != nullptr && core::worthAKernel(read, inEnd)) copyPlain(&read, inEnd, &out.o, out.end);
             if (read == inEnd || !core::isPlainUnit(*read)) return true;
@@ -55,7 +56,7 @@ struct BufferFiller {
         }
     }
     bool run(const Src*& runStart, const Src* runEnd, const Src*, ConvState& state) noexcept {
-        core::Bulk<V> bulk;
+        core::Bulk<V> bulk(kernels);
         state.result = core::convertRun<V>(out, runStart, runEnd, bulk);
         return state.result >= 0;
     }

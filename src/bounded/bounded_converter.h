@@ -28,10 +28,11 @@ struct BufferWriter {
     Dst* const plainEnd;
     const bool fullLength;
     ConvState& state;
+    const simd::Kernels& kernels;
 
     QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
-        if (core::takeText<V>(read, inEnd, w, bufEnd)) return true;
-        const auto copyPlain = simd::copyPlain<Src, Dst>(simd::active());
+        if (core::takeText<V>(kernels, read, inEnd, w, bufEnd)) return true;
+        const auto copyPlain = simd::copyPlain<Src, Dst>(kernels);
         if (copyPlain != nullptr && core::worthAKernel(read, inEnd)) copyPlain(&read, inEnd, &w, plainEnd);
         // Locals, so that no store through a UTF-8 output may change them.
         const Src* r = read;
@@ -50,7 +51,7 @@ struct BufferWriter {
         return room;
     }
     bool run(const Src*& runStart, const Src* runEnd, const Src* from, ConvState& st) noexcept {
-        core::Bulk<V> bulk;
+        core::Bulk<V> bulk(kernels);
         if (st.fillToEnd) {
             core::Bounded<Dst> out{w, bufEnd};
             st.result = core::convertRun<V>(out, runStart, runEnd, bulk);
@@ -95,7 +96,7 @@ qelStrStatus convertBounded(typename P::Dst* out, unsigned int outSize, unsigned
     }
 
     Dst* const bufEnd = out + outSize;
-    BufferWriter<P> writer{out, bufEnd, terminator ? bufEnd - 1 : bufEnd, fullLength, state};
+    BufferWriter<P> writer{out, bufEnd, terminator ? bufEnd - 1 : bufEnd, fullLength, state, simd::active()};
     const Src* runStart = in;
     core::walk<P>(runStart, inEnd, writer, state);
     if (terminator) *writer.w = 0;

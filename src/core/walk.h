@@ -46,9 +46,9 @@ inline bool worthAKernel(const U* p, const U* end) noexcept {
 // unit that is not plain: the text from where it stopped then belongs to a
 // pending run, as it would without the kernel.
 template <class V>
-QEL_CALLS_KERNELS inline bool takeText(const typename V::Src*& read, const typename V::Src* inEnd,
+QEL_CALLS_KERNELS inline bool takeText(const simd::Kernels& kernels, const typename V::Src*& read, const typename V::Src* inEnd,
                                        typename V::Dst*& w, const typename V::Dst* limit) noexcept {
-    const auto kernel = simd::convertText<typename V::Src, typename V::Dst>(simd::active());
+    const auto kernel = simd::convertText<typename V::Src, typename V::Dst>(kernels);
     if (kernel == nullptr || limit - w <= simd::kTextMargin) return false;
     const typename V::Src* lastOther = nullptr;
     kernel(&read, inEnd, &w, limit - simd::kTextMargin, &lastOther);
@@ -56,7 +56,8 @@ QEL_CALLS_KERNELS inline bool takeText(const typename V::Src*& read, const typen
 }
 
 // The walk from `runStart` (also the first read position) to the input end
-// or the first zero unit. A Sink offers:
+// or the first zero unit, with the process's kernels that the sink holds
+// (`kernels`, looked up once per call). A Sink offers:
 //   bool plain(const Src*& read, const Src* inEnd)
 //       the fast path: takes what it can from `read` on and leaves `read` on
 //       the first unit it did not take; false ends the walk (no room).
@@ -73,7 +74,7 @@ template <class V, class Sink>
 QEL_CALLS_KERNELS void walk(const typename V::Src*& runStart, const typename V::Src* inEnd, Sink& sink,
                             ConvState& state) {
     using Src = typename V::Src;
-    const auto findStop = simd::scanKernels<Src>(simd::active()).findStop;
+    const auto findStop = simd::scanKernels<Src>(sink.kernels).findStop;
     const Src* read = runStart;
     const Src* from = runStart;
     for (;;) {
@@ -116,11 +117,12 @@ QEL_CALLS_KERNELS void walk(const typename V::Src*& runStart, const typename V::
 template <class V>
 struct Measurer {
     using Src = typename V::Src;
+    const simd::Kernels& kernels;
     Counter out;
 
     QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
         const Src* r = read;
-        const auto findSpecial = simd::scanKernels<Src>(simd::active()).findSpecial;
+        const auto findSpecial = simd::scanKernels<Src>(kernels).findSpecial;
         if (findSpecial != nullptr && worthAKernel(r, inEnd)) {
             r = findSpecial(r, inEnd);
         } else {
@@ -131,7 +133,7 @@ struct Measurer {
         return true;
     }
     bool run(const Src*& runStart, const Src* runEnd, const Src*, ConvState& state) noexcept {
-        Bulk<V> bulk;
+        Bulk<V> bulk(kernels);
         state.result = convertRun<V>(out, runStart, runEnd, bulk);
         return state.result >= 0;
     }
@@ -147,7 +149,7 @@ struct Measurer {
 template <class V>
 inline void measure(const typename V::Src* from, const typename V::Src* inEnd, unsigned int& count,
                     ConvState& state) {
-    Measurer<V> measurer{{count}};
+    Measurer<V> measurer{simd::active(), {count}};
     walk<V>(from, inEnd, measurer, state);
     count = measurer.out.n;
 }

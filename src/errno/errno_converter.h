@@ -49,13 +49,14 @@ struct BoundedWriter {
     Dst* out;
     Dst* const end;
     ConvState& state;  // where a cut sequence records kNoRoom
+    const simd::Kernels& kernels;
 
     QEL_CALLS_KERNELS bool plain(const Src*& read, const Src* inEnd) noexcept {
-        core::takeText<V>(read, inEnd, out, end);
+        core::takeText<V>(kernels, read, inEnd, out, end);
         return true;
     }
     bool run(const Src*& runStart, const Src* runEnd, const Src* from, ConvState& st) noexcept {
-        core::Bulk<V> bulk;
+        core::Bulk<V> bulk(kernels);
         if (*runEnd == 0) {
             core::Bounded<Dst> o{out, end};
             st.result = core::convertRun<V>(o, runStart, runEnd, bulk);
@@ -101,7 +102,7 @@ inline std::size_t convertBounded(typename P::Dst* dst, const typename P::Src* s
     if (n == 0) return 0;
 
     Dst* const end = outputEnd(dst, n);
-    BoundedWriter<P> writer{dst, end, state};
+    BoundedWriter<P> writer{dst, end, state, simd::active()};
     core::walk<P>(src, nullptr, writer, state);
     if (writer.out != end) *writer.out = 0;
     if (state.result == kNoRoom || writer.out == end) return n;
