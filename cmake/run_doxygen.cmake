@@ -8,3 +8,16 @@ execute_process(COMMAND ${DOXYGEN} ${DOXYFILE} WORKING_DIRECTORY ${DOC_DIR} RESU
 if(NOT rc EQUAL 0)
   message(FATAL_ERROR "doxygen failed (${rc}): see the warnings above")
 endif()
+
+# Manual pages go into a shared namespace: drop the alias pages of the
+# anonymous enumerations (@0, @1, ...) and of qelChrXBuf's members, whose
+# short names (release, detach, ...) would shadow other pages. The pages
+# they point to stay.
+file(GLOB pages ${DOC_DIR}/man/man3/*.3)
+foreach(page IN LISTS pages)
+  get_filename_component(name ${page} NAME)
+  file(READ ${page} text LIMIT 64)
+  if(name MATCHES "^@" OR (text MATCHES "^\\.so man3/qelChrXBuf\\.3" AND NOT name STREQUAL "qelChrXBuf.3"))
+    file(REMOVE ${page})
+  endif()
+endforeach()
