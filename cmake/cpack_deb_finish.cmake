@@ -56,3 +56,8 @@ while(_packages)
     endif()
   endforeach()
 endwhile()
+
+# dpkg-shlibdeps of the tool looks for libqelutf.so.1 in the runtime package's
+# staged tree; the runtime package itself is named in the tool's Depends.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+  ${_stage}/runtime${CPACK_PACKAGING_INSTALL_PREFIX}/${CPACK_QELUTF_LIBDIR})

@@ -10,14 +10,14 @@ if(NOT rc EQUAL 0)
 endif()
 
 # Manual pages go into a shared namespace: drop the alias pages of the
-# anonymous enumerations (@0, @1, ...) and of qelChrXBuf's members, whose
-# short names (release, detach, ...) would shadow other pages. The pages
-# they point to stay.
+# anonymous enumerations (@0, @1, ...) and of the members of classes
+# (qelChrXBuf, qel::converted, qel::ill_formed), whose short names (release,
+# text, ok, ...) would shadow other pages. The pages they point to stay.
 file(GLOB pages ${DOC_DIR}/man/man3/*.3)
 foreach(page IN LISTS pages)
   get_filename_component(name ${page} NAME)
   file(READ ${page} text LIMIT 64)
-  if(name MATCHES "^@" OR (text MATCHES "^\\.so man3/qelChrXBuf\\.3" AND NOT name STREQUAL "qelChrXBuf.3"))
+  if(name MATCHES "^@" OR text MATCHES "^\\.so man3/(qelChrXBuf|qel_converted|qel_ill_formed)\\.3")
     file(REMOVE ${page})
   endif()
 endforeach()

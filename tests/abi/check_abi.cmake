@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: MIT
+cmake_minimum_required(VERSION 3.25)
 # cmake -P script: abidiff of LIB against BASELINE. abidiff's exit status is a
 # bit set: 1 tool error, 2 usage error, 4 some change, 8 an incompatible change.
 # Additions alone show as 4, so a change is judged again with added symbols
