@@ -118,22 +118,25 @@ typedef unsigned int qelStrFlags;
 /** The bits of qelStrFlags. */
 enum {
     /** Bounded Ex entry points: on truncation, drop a cut embedded control
-     * sequence whole, and go on counting the unconverted rest into the
-     * reported length. The count adds the plain ASCII units and embedded
-     * control sequences of the rest one by one; the final stretch of other
-     * text of the rest is counted only if text before an embedded control
-     * sequence of the rest was measured first, in which case the length is
-     * the full length and the status becomes qelStrOk (or qelStrBadInput if
-     * that text is ill-formed). A qelStrTruncated status with this flag gives
-     * a lower bound: UTF-8 to UTF-16 of three U+00E9 into 2 units reports 1. */
+     * sequence whole, and go on counting the unconverted rest of the input
+     * into the reported length: its embedded control sequences and the ASCII
+     * units outside stretches of other text one by one, and each stretch of
+     * other text (from a non-ASCII unit up to the next embedded control
+     * sequence, ASCII included) by measuring it. The last stretch, which runs
+     * to the end of the input, is measured only when an earlier stretch was;
+     * such a measurement also turns the status into qelStrOk (qelStrBadInput
+     * for ill-formed text), and the length is then the full length.
+     * Otherwise the status stays qelStrTruncated and the length is a lower
+     * bound: UTF-8 to UTF-16 of three U+00E9 into 2 units reports 1. */
     qelStrFlagFullLength = 0x1,
     /** Bounded Ex entry points: write no terminator, ever (not even for
      * empty input), and let the text use the buffer to its last unit. When
-     * the last stretch of non-ASCII text (after the last embedded control
-     * sequence) fills the buffer exactly, the call returns qelStrOk with a
-     * length of outSize and the rest of that stretch is neither converted nor
-     * reported, even when it is ill-formed: UTF-8 C3 A9 C3 A9 into 1 unit
-     * gives qelStrOk, length 1. A cut anywhere else gives qelStrTruncated. */
+     * the text from the first non-ASCII unit after the last embedded control
+     * sequence to the end of the input fills the buffer exactly without
+     * fitting whole, the call returns qelStrOk with a length of outSize, and
+     * the rest of that text is neither converted nor reported, even when it
+     * is ill-formed: UTF-8 C3 A9 C3 A9 into 1 unit gives qelStrOk, length 1.
+     * A cut anywhere else gives qelStrTruncated. */
     qelStrFlagNoTerminator = 0x2,
     /** Ex and AllocEx entry points: the raw form of embedded control
      * sequences on the UTF-8 side (input or output), one byte 0x20..0x9F per

@@ -21,10 +21,11 @@
  * ordinary text (which gives the same units in the standard form).
  *
  * @code
- * auto r = qel::utf8_to_utf16("caf\xC3\xA9");      // r.text == u"café", r.ok()
- * auto bad = qel::utf8_to_utf32("ab\xFF" "c");      // bad.status == qelStrBadInput,
- *                                                   // bad.text == U"ab", bad.fault == 2
- * std::string s = qel::utf16_to_utf8_or_throw(u"\U0001F600");
+ * auto r = qel::utf8_to_utf16("text");               // r.ok(), r.text == u"text"
+ * const std::string bytes = {'a', 'b', char(0xFF)};
+ * auto bad = qel::utf8_to_utf32(bytes);              // bad.status == qelStrBadInput,
+ *                                                    // bad.text == U"ab", bad.fault == 2
+ * std::string s = qel::utf16_to_utf8_or_throw(u"ok"); // throws qel::ill_formed on a fault
  * @endcode
  */
 #ifndef QEL_QELUTF_HPP
