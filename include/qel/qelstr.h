@@ -1,4 +1,24 @@
 /**
+ * @mainpage qelutf
+ *
+ * A strict Unicode text library with a C interface: conversions between
+ * UTF-8, UTF-16 and UTF-32, string functions for each encoding and
+ * byte-order marks. Only well-formed text is accepted; the first ill-formed
+ * character ends a conversion, and what came before it is delivered.
+ *
+ * - qelstr.h: @ref qelutf_status, @ref qelutf_bounded, @ref qelutf_alloc,
+ *   @ref qelutf_repair, @ref qelutf_provider; embedded control sequences.
+ * - qelchars.h: @ref qelutf_errno, @ref qelutf_chars, @ref qelutf_u8str,
+ *   @ref qelutf_u16str, @ref qelutf_u32str.
+ * - qelutftype.h: @ref qelutf_bom.
+ * - qelcore.h (C++): the exported conversion cores and qelChrXBuf.
+ * - qelutf.hpp (C++17): conversions between the standard string types.
+ * - qelversion.h: the version.
+ *
+ * Link with -lqelutf -lqelstrmem (pkg-config qelutf, or find_package(qelutf)
+ * with the targets qelutf::qelutf and qelutf::qelstrmem).
+ */
+/**
  * @file qelstr.h
  * @brief The qelStr family: status codes, flags, bounded and allocating
  * conversions between UTF-8, UTF-16 and UTF-32, the UTF-16 copies, the UTF-8
