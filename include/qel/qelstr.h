@@ -46,10 +46,10 @@
  * (qelStrFlagRawSequences) writes each as one raw byte 0x80..0x9F, which is
  * not valid UTF-8. A 0x01 that starts no valid sequence is an ordinary
  * character, as is every 0x02 outside one.
- * - In standard-form UTF-8 input, a lead byte C2..DF directly followed by
- *   0x02 still closes a sequence, and the two bytes become one unit
- *   ((lead & 0x1F) << 6 | 0x82): 01 41 C2 02 converts to UTF-16 as
- *   0001 0041 0082, without an end unit.
+ * - In standard-form UTF-8 input to the qelStr functions, a lead byte C2..DF
+ *   directly followed by 0x02 still closes a sequence, and the two bytes
+ *   become one unit ((lead & 0x1F) << 6 | 0x82): 01 41 C2 02 converts to
+ *   UTF-16 as 0001 0041 0082, without an end unit.
  * - In standard-form UTF-8 input, bytes 80..9F that are not part of a C2 form
  *   end the scan: 01 41 85 02 is no sequence, and the 0x85 makes the
  *   conversion fail with qelStrBadInput.
