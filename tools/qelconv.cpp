@@ -10,6 +10,7 @@
 #include <qel/qelchars.h>
 #include <qel/qelstr.h>
 #include <qel/qelutftype.h>
+#include <qel/qelversion.h>
 
 #include "scan.h"
 
@@ -32,9 +33,6 @@
 #include <type_traits>
 #include <vector>
 
-#ifndef QELCONV_VERSION
-#define QELCONV_VERSION "unknown"
-#endif
 #ifndef QELCONV_BLOCK_BYTES
 #define QELCONV_BLOCK_BYTES (1u << 18)
 #endif
@@ -573,7 +571,7 @@ int parseOptions(int argc, char** argv, Options& opt) {
         case kFix: opt.fix = true; break;
         case kCheck: opt.check = true; break;
         case kHelp: std::fputs(kUsage, stdout); return kExitOk;
-        case kVersion: std::printf("qelconv (qelutf) %s\n", QELCONV_VERSION); return kExitOk;
+        case kVersion: std::printf("qelconv (qelutf) %s\n", QELUTF_VERSION_STRING); return kExitOk;
         case ':': return usageError("option '%s' needs an argument", argv[optind - 1]);
         default:
             if (optopt) {
