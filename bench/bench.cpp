@@ -5,6 +5,11 @@
 // (ns per call for the 16 B and 64 B inputs) and the speed ratios of the
 // bounded and the allocating entry points to memcpy, ICU and the loop.
 //
+// Inputs below 4 KiB are pools of different texts of that size, one per call
+// in turn, so that no branch predictor learns one string; they are also
+// measured into outputs of exactly the converted length plus the terminator
+// ("exact", the size a length query gives), next to ICU with the same room.
+//
 //   qelutf_bench [--time-scale=X] [--sizes=16,64,4096,1048576] [Google Benchmark flags]
 //
 // --time-scale multiplies the minimum time each cell is measured for.
@@ -14,6 +19,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <numeric>
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -120,9 +127,53 @@ struct Lib<Enc::U32, Enc::U16> : Binding<U32, U16, 2, qelStrUtf32ToUtf16, qelStr
 
 struct Input {
     std::string corpus;
-    std::size_t size;  // bytes of UTF-8
-    Text text;
+    std::size_t size;         // bytes of UTF-8
+    std::vector<Text> texts;  // one, or a pool for the short sizes
 };
+
+constexpr std::size_t kPool = 64;
+
+// The code points of well-formed UTF-8.
+std::u32string decode(const std::string& s) {
+    std::u32string out;
+    for (std::size_t i = 0; i < s.size();) {
+        const unsigned char b = static_cast<unsigned char>(s[i]);
+        const int len = b < 0x80 ? 1 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : 4;
+        char32_t c = len == 1 ? b : len == 2 ? b & 0x1F : len == 3 ? b & 0x0F : b & 0x07;
+        for (int k = 1; k < len; ++k) c = (c << 6) | (static_cast<unsigned char>(s[i + k]) & 0x3F);
+        out.push_back(c);
+        i += static_cast<std::size_t>(len);
+    }
+    return out;
+}
+
+// The texts of a cell: the corpus text itself, or kPool cuts of `size` bytes
+// at character boundaries from different places of a longer text.
+std::vector<Text> textsOf(Corpus corpus, std::size_t size) {
+    if (size >= 4096) return {makeText(corpus, size)};
+    const Text big = makeText(corpus, 1u << 16);
+    std::vector<Text> pool;
+    const auto boundary = [&](std::size_t i) { return i >= big.utf8.size() || (big.utf8[i] & 0xC0) != 0x80; };
+    for (std::size_t k = 0, from = 0; k < kPool; ++k, from += size * 3 + 5) {
+        if (from + size >= big.utf8.size()) from = k;
+        std::size_t a = from, b = from + size;
+        while (!boundary(a)) ++a;
+        while (!boundary(b)) --b;
+        Text t;
+        t.utf8 = big.utf8.substr(a, b - a);
+        t.utf32 = decode(t.utf8);
+        for (char32_t c : t.utf32) {
+            if (c >= 0x10000) {
+                t.utf16.push_back(static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10)));
+                t.utf16.push_back(static_cast<char16_t>(0xDC00 + (c & 0x3FF)));
+            } else {
+                t.utf16.push_back(static_cast<char16_t>(c));
+            }
+        }
+        pool.push_back(std::move(t));
+    }
+    return pool;
+}
 
 std::vector<std::unique_ptr<Input>>& inputs() {
     static std::vector<std::unique_ptr<Input>> all;
@@ -156,7 +207,8 @@ const char* encName() {
 
 // ---- the cells ------------------------------------------------------------------
 
-const char* const kMethods[] = {"memcpy", "loop", "ICU", "iconv", "bounded", "alloc", "errno", "core", "length"};
+const char* const kMethods[] = {"memcpy", "loop",  "ICU",  "iconv",       "bounded",
+                                "alloc",  "errno", "core", "length", "ICU exact", "bounded exact"};
 
 std::string cellName(const std::string& pair, const Input& in, const char* method) {
     return pair + "/" + in.corpus + "/" + std::to_string(in.size) + "/" + method;
@@ -166,20 +218,25 @@ double minTimeFor(std::size_t size, double scale) {
     return scale * (size >= (1u << 20) ? 0.08 : size >= 4096 ? 0.03 : 0.015);
 }
 
-// Runs `call` (which returns the units written, or -1) in the timing loop
-// after checking once that it writes the expected number of units.
+// Runs `call(i)` on text i of the pool in turn (it returns the units
+// written, or -1) in the timing loop, after checking once that it writes the
+// expected number of units for every text.
 template <class Call>
-void timed(benchmark::State& state, std::size_t inBytes, long expected, Call call) {
-    const long got = call();
-    if (got != expected) {
-        state.SkipWithError(("wrong output length " + std::to_string(got) + ", expected " +
-                             std::to_string(expected)).c_str());
-        return;
+void timed(benchmark::State& state, std::size_t inBytes, const std::vector<long>& expected, Call call) {
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        const long got = call(i);
+        if (got != expected[i]) {
+            state.SkipWithError(("wrong output length " + std::to_string(got) + ", expected " +
+                                 std::to_string(expected[i])).c_str());
+            return;
+        }
     }
+    std::size_t i = 0;
     for (auto _ : state) {
-        long n = call();
+        long n = call(i);
         benchmark::DoNotOptimize(n);
         benchmark::ClobberMemory();
+        if (++i == expected.size()) i = 0;
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * inBytes));
 }
@@ -189,56 +246,82 @@ void registerPair(const std::string& pair, const Input& in, double scale) {
     using S = typename UnitOf<F>::type;
     using D = typename UnitOf<T>::type;
     using L = Lib<F, T>;
-    const S* src = unitsOf<F>(in.text);
-    const std::size_t n = countOf<F>(in.text);
-    const long expected = static_cast<long>(countOf<T>(in.text));
-    const std::size_t inBytes = n * sizeof(S);
-    const std::size_t cap = n * L::kGrowth + 1;
+    std::vector<const S*> src;
+    std::vector<std::size_t> n;
+    std::vector<unsigned> exact;  // the converted length and the terminator
+    std::vector<long> expected;
+    std::size_t most = 0, inBytes = 0;
+    for (const Text& t : in.texts) {
+        src.push_back(unitsOf<F>(t));
+        n.push_back(countOf<F>(t));
+        expected.push_back(static_cast<long>(countOf<T>(t)));
+        exact.push_back(static_cast<unsigned>(countOf<T>(t) + 1));
+        most = std::max(most, countOf<F>(t));
+        inBytes += countOf<F>(t) * sizeof(S);
+    }
+    inBytes /= in.texts.size();  // the mean of a call
+    const std::size_t cap = most * L::kGrowth + 1;
     auto out = std::make_shared<std::vector<D>>(cap);
     const double minTime = minTimeFor(in.size, scale);
-    const unsigned inLen = static_cast<unsigned>(n);
 
     auto add = [&](const char* method, auto call) {
         benchmark::RegisterBenchmark(cellName(pair, in, method).c_str(),
                                      [=](benchmark::State& st) { timed(st, inBytes, expected, call); })
             ->MinTime(minTime);
     };
-    add("loop", [=] { return loopConvert<F, T>(out->data(), cap, src, n); });
-    add("ICU", [=] { return icuConvert<F, T>(out->data(), cap, src, n); });
-    add("iconv", [=] { return iconvConvert<F, T>(out->data(), cap, src, n); });
-    add("bounded", [=] {
+    add("loop", [=](std::size_t i) { return loopConvert<F, T>(out->data(), cap, src[i], n[i]); });
+    add("ICU", [=](std::size_t i) { return icuConvert<F, T>(out->data(), cap, src[i], n[i]); });
+    add("iconv", [=](std::size_t i) { return iconvConvert<F, T>(out->data(), cap, src[i], n[i]); });
+    add("bounded", [=](std::size_t i) {
         unsigned len = 0;
-        return L::bounded(out->data(), static_cast<unsigned>(cap), &len, src, inLen) == qelStrOk ? long(len) : -1L;
+        return L::bounded(out->data(), static_cast<unsigned>(cap), &len, src[i], static_cast<unsigned>(n[i])) == qelStrOk
+                   ? long(len)
+                   : -1L;
     });
-    add("alloc", [=] {
+    if (in.size < 4096) {
+        add("ICU exact", [=](std::size_t i) { return icuConvert<F, T>(out->data(), exact[i], src[i], n[i]); });
+        add("bounded exact", [=](std::size_t i) {
+            unsigned len = 0;
+            return L::bounded(out->data(), exact[i], &len, src[i], static_cast<unsigned>(n[i])) == qelStrOk ? long(len)
+                                                                                                           : -1L;
+        });
+    }
+    add("alloc", [=](std::size_t i) {
         D* result = nullptr;
         unsigned len = 0;
-        const qelStrStatus st = L::alloc(&result, &len, src, inLen);
+        const qelStrStatus st = L::alloc(&result, &len, src[i], static_cast<unsigned>(n[i]));
         qelStrFree(result);
         return st == qelStrOk ? long(len) : -1L;
     });
-    add("errno", [=] {
-        const std::size_t r = L::errnoStyle(out->data(), src, cap);
+    add("errno", [=](std::size_t i) {
+        const std::size_t r = L::errnoStyle(out->data(), src[i], cap);
         return r == static_cast<std::size_t>(-1) ? -1L : long(r);
     });
-    if constexpr (L::kHasCore) add("core", [=] { return L::core(out->data(), cap, src, n); });
-    add("length", [=] {
+    if constexpr (L::kHasCore) add("core", [=](std::size_t i) { return L::core(out->data(), cap, src[i], n[i]); });
+    add("length", [=](std::size_t i) {
         unsigned len = 0;
-        return L::bounded(nullptr, 0, &len, src, inLen) == qelStrOk ? long(len) : -1L;
+        return L::bounded(nullptr, 0, &len, src[i], static_cast<unsigned>(n[i])) == qelStrOk ? long(len) : -1L;
     });
 }
 
 template <Enc F>
 void registerMemcpy(const Input& in, double scale) {
     using S = typename UnitOf<F>::type;
-    const S* src = unitsOf<F>(in.text);
-    const std::size_t bytes = countOf<F>(in.text) * sizeof(S);
-    auto out = std::make_shared<std::vector<char>>(bytes + 1);
+    std::vector<const S*> src;
+    std::vector<long> bytes;
+    std::size_t most = 0;
+    for (const Text& t : in.texts) {
+        src.push_back(unitsOf<F>(t));
+        bytes.push_back(static_cast<long>(countOf<F>(t) * sizeof(S)));
+        most = std::max(most, countOf<F>(t) * sizeof(S));
+    }
+    const std::size_t mean = static_cast<std::size_t>(std::accumulate(bytes.begin(), bytes.end(), 0L)) / bytes.size();
+    auto out = std::make_shared<std::vector<char>>(most + 1);
     benchmark::RegisterBenchmark(cellName(encName<F>(), in, "memcpy").c_str(),
                                  [=](benchmark::State& st) {
-                                     timed(st, bytes, long(bytes), [=] {
-                                         std::memcpy(out->data(), src, bytes);
-                                         return long(bytes);
+                                     timed(st, mean, bytes, [=](std::size_t i) {
+                                         std::memcpy(out->data(), src[i], static_cast<std::size_t>(bytes[i]));
+                                         return bytes[i];
                                      });
                                  })
         ->MinTime(minTimeFor(in.size, scale));
@@ -322,9 +405,9 @@ void printTable(const TableReporter& rep) {
         return it == rep.cells.end() ? nullptr : &it->second;
     };
     std::printf("| conversion | corpus | input | memcpy | loop | ICU | iconv | bounded | alloc | errno | core | "
-                "length | bounded ÷ memcpy | bounded ÷ ICU | bounded ÷ loop | alloc ÷ memcpy | alloc ÷ ICU | "
-                "alloc ÷ loop |\n");
-    std::printf("|---|---|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n");
+                "length | ICU exact | bounded exact | bounded ÷ memcpy | bounded ÷ ICU | bounded ÷ loop | "
+                "alloc ÷ memcpy | alloc ÷ ICU | alloc ÷ loop | exact ÷ ICU exact |\n");
+    std::printf("|---|---|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n");
     for (const PairInfo& pair : gPairs) {
         for (const auto& in : inputs()) {
             const bool perCall = in->size < 4096;
@@ -341,7 +424,7 @@ void printTable(const TableReporter& rep) {
             for (const Cell* ours : {c[4], c[5]})
                 std::printf(" %s | %s | %s |", ratio(ours, memcpyCell).c_str(), ratio(ours, icuCell).c_str(),
                             ratio(ours, loopCell).c_str());
-            std::printf("\n");
+            std::printf(" %s |\n", ratio(c[10], c[9]).c_str());
         }
     }
 }
@@ -378,7 +461,7 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&restCount, rest.data());
 
     for (const CorpusInfo& c : corpora())
-        for (std::size_t size : sizes) inputs().push_back(std::make_unique<Input>(Input{c.name, size, makeText(c.id, size)}));
+        for (std::size_t size : sizes) inputs().push_back(std::make_unique<Input>(Input{c.name, size, textsOf(c.id, size)}));
 
     for (const auto& in : inputs()) {
         registerMemcpy<Enc::U8>(*in, scale);
