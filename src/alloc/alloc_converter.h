@@ -35,7 +35,7 @@ struct BufferFiller {
     using Dst = typename V::Dst;
 
     qelChrXBuf<Dst> buf;
-    core::Chunked<Dst> out{&buf, buf.firstChunk, buf.firstChunk + 512};
+    core::Chunked<Dst> out{{buf.firstChunk, buf.firstChunk + 512}, &buf};
     const simd::Kernels& kernels = simd::active();
 
     BufferFiller() noexcept = default;

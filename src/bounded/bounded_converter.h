@@ -53,7 +53,7 @@ struct BufferWriter {
     bool run(const Src*& runStart, const Src* runEnd, const Src* from, ConvState& st) noexcept {
         core::Bulk<V> bulk(kernels);
         if (st.fillToEnd) {
-            core::Bounded<Dst> out{w, bufEnd};
+            core::Bounded<Dst> out{{w, bufEnd}};
             st.result = core::convertRun<V>(out, runStart, runEnd, bulk);
             w = out.o;
         } else if (w == bufEnd) {

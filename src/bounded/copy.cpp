@@ -27,7 +27,7 @@ extern "C" QEL_API qelStrStatus qelStrUtf16Copy(char16_t* out, unsigned int outS
         if (*r == seq::kStart) {
             const seq::Recognised<u16> found = seq::Utf16Form::recognise(r, inEnd);
             if (found.valid) {
-                core::Bounded<u16> seqOut{w, bufEnd};
+                core::Bounded<u16> seqOut{{w, bufEnd}};
                 const bool complete = core::carrySequence<seq::Utf16Form, seq::Utf16Form>(r, found.stop + 1, seqOut);
                 if (complete && seqOut.o != bufEnd) {
                     w = seqOut.o;

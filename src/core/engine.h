@@ -164,7 +164,7 @@ inline int convertRun(Out& out, const SrcOf<P>*& p, const SrcOf<P>* inEnd, B& bu
 template <class P, class B>
 inline int safeRun(DstOf<P>*& o, const DstOf<P>* outEnd, const SrcOf<P>*& p, const SrcOf<P>* inEnd,
                        const SrcOf<P>* from, B& bulk) noexcept {
-    Bounded<DstOf<P>> out{o, outEnd - 1};
+    Bounded<DstOf<P>> out{{o, outEnd - 1}};
     int result = convertRun<P>(out, p, inEnd, bulk);
     o = out.o;
     if (result == kIllFormed || p == inEnd) return result;
@@ -204,7 +204,7 @@ inline int measureRun(unsigned int* count, const SrcOf<P>** in, const SrcOf<P>* 
 template <class P, class B = Bulk<P>>
 inline int convertFill(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** in, const SrcOf<P>* inEnd,
                     B bulk = B()) noexcept {
-    Bounded<DstOf<P>> o{*out, outEnd};
+    Bounded<DstOf<P>> o{{*out, outEnd}};
     const SrcOf<P>* p = *in;
     const int result = convertRun<P>(o, p, inEnd, bulk);
     const SrcOf<P>* const from = *in;
@@ -228,7 +228,7 @@ inline int convertSafe(DstOf<P>** out, const DstOf<P>* outEnd, const SrcOf<P>** 
 template <class P, class B = Bulk<P>>
 inline int convertAlloc(qelChrXBuf<DstOf<P>>* buf, DstOf<P>** out, const DstOf<P>** outEnd, const SrcOf<P>** in,
                      const SrcOf<P>* inEnd, B bulk = B()) noexcept {
-    Chunked<DstOf<P>> o{buf, *out, *outEnd};
+    Chunked<DstOf<P>> o{{*out, *outEnd}, buf};
     const SrcOf<P>* p = *in;
     const int result = convertRun<P>(o, p, inEnd, bulk);
     const SrcOf<P>* const from = *in;

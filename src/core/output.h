@@ -42,8 +42,9 @@ struct Counter {
     }
 };
 
+// A write position and the end of the room behind it.
 template <class D>
-struct Bounded {
+struct Span {
     D* o;
     const D* end;
 
@@ -54,6 +55,10 @@ struct Bounded {
         T::encode(cp, o);
         o += size;
     }
+};
+
+template <class D>
+struct Bounded : Span<D> {
     static bool more(int&) noexcept { return false; }  // a full buffer is no failure
     template <class T>
     static bool split(u32, int, int& result) noexcept {
@@ -63,25 +68,16 @@ struct Bounded {
 };
 
 template <class D>
-struct Chunked {
+struct Chunked : Span<D> {
     qelChrXBuf<D>* buf;
-    D* o;
-    const D* end;
 
-    std::ptrdiff_t room() const noexcept { return end - o; }
-    void put(u32 u) noexcept { *o++ = static_cast<D>(u); }
-    template <class T>
-    void encode(u32 cp, int size) noexcept {
-        T::encode(cp, o);
-        o += size;
-    }
     // When no chunk can be had the cursors stay as they were, while the
     // buffer stands on its empty slot, which is how detach learns of it.
     bool more(int& result) noexcept {
         D* const chunk = take(result);
         if (chunk == nullptr) return false;
-        o = chunk;
-        end = chunk + buf->curCapacity;
+        this->o = chunk;
+        this->end = chunk + buf->curCapacity;
         return true;
     }
     // The character ends this chunk with its first units and begins the next.
@@ -92,10 +88,10 @@ struct Chunked {
         D scratch[T::kMaxUnits];
         T::encode(cp, scratch);
         int i = 0;
-        while (o != end) *o++ = scratch[i++];
-        o = chunk;
-        end = chunk + buf->curCapacity;
-        while (i < size) *o++ = scratch[i++];
+        while (this->o != this->end) *this->o++ = scratch[i++];
+        this->o = chunk;
+        this->end = chunk + buf->curCapacity;
+        while (i < size) *this->o++ = scratch[i++];
         return true;
     }
 

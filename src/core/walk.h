@@ -161,7 +161,7 @@ inline void measure(const typename V::Src* from, const typename V::Src* inEnd, u
 template <class V>
 inline bool carryBounded(typename V::Dst*& w, const typename V::Dst* bufEnd, const typename V::Src* begin,
                          const typename V::Src* end, bool wholeAtEnd, bool drop, ConvState& state) noexcept {
-    Bounded<typename V::Dst> out{w, bufEnd};
+    Bounded<typename V::Dst> out{{w, bufEnd}};
     const bool complete = carrySequence<typename V::SrcForm, typename V::DstForm>(begin, end, out);
     if (complete && (out.o != bufEnd || wholeAtEnd)) {
         w = out.o;

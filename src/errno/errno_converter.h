@@ -58,7 +58,7 @@ struct BoundedWriter {
     bool run(const Src*& runStart, const Src* runEnd, const Src* from, ConvState& st) noexcept {
         core::Bulk<V> bulk(kernels);
         if (*runEnd == 0) {
-            core::Bounded<Dst> o{out, end};
+            core::Bounded<Dst> o{{out, end}};
             st.result = core::convertRun<V>(o, runStart, runEnd, bulk);
             out = o.o;
         } else {

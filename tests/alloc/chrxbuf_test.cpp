@@ -16,7 +16,7 @@ namespace qel {
 template <class From, class To, class T>
 bool appendSequence(qelChrXBuf<T>* buf, T** out, const T** outEnd, const typename From::Unit* begin,
                     const typename From::Unit* end) {
-    core::Chunked<T> o{buf, *out, *outEnd};
+    core::Chunked<T> o{{*out, *outEnd}, buf};
     const bool complete = core::carrySequence<From, To>(begin, end, o);
     *out = o.o;
     *outEnd = o.end;

@@ -43,7 +43,7 @@ struct Carried {
 };
 template <class From, class To, class O>
 Carried<O> carryBounded(const typename From::Unit* begin, const typename From::Unit* end, O* out, O* bufEnd) {
-    qel::core::Bounded<O> o{out, bufEnd};
+    qel::core::Bounded<O> o{{out, bufEnd}};
     const bool complete = qel::core::carrySequence<From, To>(begin, end, o);
     return {o.o, complete};
 }
