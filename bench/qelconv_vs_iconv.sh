@@ -55,8 +55,10 @@ timeit() {  # label, command...
   if [ -z "${best[$label]:-}" ] || [ "$t" -lt "${best[$label]}" ]; then best[$label]=$t; fi
 }
 for _ in $(seq "$runs"); do
+  timeit c_there sh -c 'cat "$1" >"$2"' - "$in" "$work/c8"
   timeit q_there "$QELCONV" -t utf16le "$in" -o "$work/q16"
   timeit i_there sh -c 'iconv -f UTF-8 -t UTF-16LE "$1" >"$2"' - "$in" "$work/i16"
+  timeit c_back sh -c 'cat "$1" >"$2"' - "$work/q16" "$work/c16"
   timeit q_back "$QELCONV" -f utf16le "$work/q16" -o "$work/q8"
   timeit i_back sh -c 'iconv -f UTF-16LE -t UTF-8 "$1" >"$2"' - "$work/i16" "$work/i8"
 done
@@ -70,6 +72,8 @@ ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", a / b }'; }
 
 printf 'input: %s bytes of multilingual UTF-8; best of %s runs each\n\n' "$bytes" "$runs"
 printf '  %-28s %9s %12s\n' "" "seconds" "MiB/s (in)"
+printf '  %-28s %9s %12s\n' "cat of the UTF-8 file" "$(secs "${best[c_there]}")" "$(rate "${best[c_there]}")"
+printf '  %-28s %9s %12s\n' "cat of the UTF-16LE file" "$(secs "${best[c_back]}")" "$(rate "${best[c_back]}")"
 printf '  %-28s %9s %12s\n' "qelconv UTF-8 -> UTF-16LE" "$(secs "${best[q_there]}")" "$(rate "${best[q_there]}")"
 printf '  %-28s %9s %12s\n' "qelconv UTF-16LE -> UTF-8" "$(secs "${best[q_back]}")" "$(rate "${best[q_back]}")"
 printf '  %-28s %9s %12s\n' "iconv   UTF-8 -> UTF-16LE" "$(secs "${best[i_there]}")" "$(rate "${best[i_there]}")"
@@ -80,6 +84,10 @@ echo "  UTF-8 -> UTF-16LE:                          $(ratio "${best[i_there]}" "
 echo "  UTF-16LE -> UTF-8:                          $(ratio "${best[i_back]}" "${best[q_back]}")"
 echo "  qelconv back vs iconv UTF-8 -> UTF-16LE:    $(ratio "${best[i_there]}" "${best[q_back]}")"
 echo "  round trip (both directions, each tool):    $(ratio $((best[i_there] + best[i_back])) $((best[q_there] + best[q_back])))"
+echo
+echo "qelconv's pace as a share of cat copying the same input file:"
+echo "  UTF-8 -> UTF-16LE:                          $(ratio "${best[c_there]}" "${best[q_there]}")"
+echo "  UTF-16LE -> UTF-8:                          $(ratio "${best[c_back]}" "${best[q_back]}")"
 
 if [ "${best[q_there]}" -le "${best[i_there]}" ] && [ "${best[q_back]}" -le "${best[i_there]}" ]; then
   echo "qelconv is at least as fast as iconv -f UTF-8 -t UTF-16LE in each direction"

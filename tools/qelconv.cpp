@@ -23,13 +23,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -103,11 +106,68 @@ void complain(const char* format, ...) {
     std::fputs(line.c_str(), stderr);
 }
 
+// The output. post() hands a block to a writer thread and returns at once,
+// so that the next block is read and converted while this one is written;
+// the block must stay untouched until the next post(), write() or close().
+// Only one block is in flight: post() first waits for the one before.
 class Sink {
 public:
-    Sink(int fd, std::string name) : fd_(fd), name_(std::move(name)) {}
-    bool write(const void* data, std::size_t size) {
-        const char* p = static_cast<const char*>(data);
+    Sink(int fd, std::string name) : fd_(fd), name_(std::move(name)), writer_([this] { writeLoop(); }) {}
+    ~Sink() {
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            stop_ = true;
+        }
+        wake_.notify_all();
+        writer_.join();
+    }
+    Sink(const Sink&) = delete;
+    Sink& operator=(const Sink&) = delete;
+
+    bool post(const void* data, std::size_t size) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        done_.wait(lock, [this] { return pending_ == nullptr; });
+        if (failed_) return false;
+        pending_ = static_cast<const char*>(data);
+        pendingSize_ = size;
+        lock.unlock();
+        wake_.notify_all();
+        return true;
+    }
+    // Waits until everything posted is written; false after a write error.
+    bool flush() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        done_.wait(lock, [this] { return pending_ == nullptr; });
+        return !failed_;
+    }
+    bool write(const void* data, std::size_t size) { return post(data, size) && flush(); }
+    bool close() {
+        if (!flush()) return false;
+        if (fd_ == STDOUT_FILENO) return true;
+        if (::close(fd_) != 0) {
+            complain("%s: write error: %s", name_.c_str(), std::strerror(errno));
+            return false;
+        }
+        return true;
+    }
+
+private:
+    void writeLoop() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        for (;;) {
+            wake_.wait(lock, [this] { return pending_ != nullptr || stop_; });
+            if (pending_ == nullptr) return;
+            const char* p = pending_;
+            std::size_t size = pendingSize_;
+            lock.unlock();
+            const bool ok = writeAll(p, size);
+            lock.lock();
+            failed_ |= !ok;
+            pending_ = nullptr;
+            done_.notify_all();
+        }
+    }
+    bool writeAll(const char* p, std::size_t size) {
         while (size > 0) {
             ssize_t n = ::write(fd_, p, size);
             if (n < 0) {
@@ -120,18 +180,15 @@ public:
         }
         return true;
     }
-    bool close() {
-        if (fd_ == STDOUT_FILENO) return true;
-        if (::close(fd_) != 0) {
-            complain("%s: write error: %s", name_.c_str(), std::strerror(errno));
-            return false;
-        }
-        return true;
-    }
 
-private:
     int fd_;
     std::string name_;
+    std::mutex mutex_;
+    std::condition_variable wake_, done_;
+    const char* pending_ = nullptr;
+    std::size_t pendingSize_ = 0;
+    bool failed_ = false, stop_ = false;
+    std::thread writer_;  // last: it starts once everything above is set up
 };
 
 struct Source {
@@ -290,7 +347,10 @@ public:
           swapIn_(sizeof(In) > 1 && info(job.from).bigEndian != kHostBigEndian),
           swapOut_(sizeof(Out) > 1 && info(job.to).bigEndian != kHostBigEndian),
           in_(new In[kUnits]) {
-        if (!job.check) out_.reset(new Out[kOutUnits]);
+        if (!job.check) {
+            outs_[0].reset(new Out[kOutUnits]);
+            outs_[1].reset(new Out[kOutUnits]);
+        }
         if (job.fix) scratch_.reset(new char[kUnits + 1]);
     }
 
@@ -298,6 +358,14 @@ public:
     // the first mark bytes are a byte-order mark to skip.
     Outcome run(const Source& src, const U8* head, std::size_t headLen, bool headEof, std::size_t mark,
                 Sink* sink, Summary& summary) {
+        // The last block posted is written from this engine's buffers.
+        const Outcome o = convertAll(src, head, headLen, headEof, mark, sink, summary);
+        return sink->flush() || o != Outcome::Ok ? o : Outcome::IoError;
+    }
+
+private:
+    Outcome convertAll(const Source& src, const U8* head, std::size_t headLen, bool headEof, std::size_t mark,
+                       Sink* sink, Summary& summary) {
         Progress progress(src.name, src.size);
         char* bytes = reinterpret_cast<char*>(in_.get());
         std::size_t filled = headLen - mark;
@@ -307,6 +375,7 @@ public:
         column_ = 0;
         bool eof = headEof;
         std::size_t swapped = 0;  // units already in machine order
+        std::size_t block = 0;
         for (;;) {
             if (!readFully(src, bytes, kUnits * sizeof(In), filled, eof)) {
                 progress.clear();
@@ -317,10 +386,11 @@ public:
             std::size_t cut = eof ? n : cutPoint(in_.get(), n, form_);
             if (cut == 0) cut = n;  // cannot happen with blocks this large
             std::size_t used = 0;
+            out_ = outs_[block++ & 1].get();  // the other one may still be being written
             const Result r = convertBlock(cut, used);
             if (used) {
-                if (swapOut_) swapUnits(out_.get(), used);
-                if (!sink->write(out_.get(), used * sizeof(Out))) return Outcome::IoError;
+                if (swapOut_) swapUnits(out_, used);
+                if (!sink->post(out_, used * sizeof(Out))) return Outcome::IoError;
             }
             if (r != Result::Ok) {
                 progress.clear();
@@ -351,7 +421,6 @@ public:
         return Outcome::Ok;
     }
 
-private:
     static constexpr std::size_t kOutUnits = kUnits * kGrowth<In, Out> + 16;
     static constexpr bool kSame = std::is_same<In, Out>::value;
     enum class Result { Ok, IllFormed, Internal };
@@ -396,7 +465,7 @@ private:
             if (st == qelStrBadInput) good = std::max(locate(z), s) - s;
             if constexpr (kSame) {
                 if (!job_.check) {
-                    std::memcpy(out_.get() + used, run, good * sizeof(In));
+                    std::memcpy(out_ + used, run, good * sizeof(In));
                     used += good;
                 }
             }
@@ -405,7 +474,7 @@ private:
         if constexpr (!kSame) {
             unsigned len = 0;
             const qelStrStatus st =
-                convertUnits(out_.get() + used, static_cast<unsigned>(kOutUnits - used), &len, run, n, flags_);
+                convertUnits(out_ + used, static_cast<unsigned>(kOutUnits - used), &len, run, n, flags_);
             used += len;
             if (st == qelStrBadInput) locate(z);
             return verdict(st);
@@ -424,12 +493,12 @@ private:
         if (!job_.check) {
             const U8* t = reinterpret_cast<const U8*>(text);
             if constexpr (kSame) {
-                std::memcpy(out_.get() + used, t, m);
+                std::memcpy(out_ + used, t, m);
                 used += m;
             } else {
                 unsigned len = 0;
                 const qelStrStatus cs =
-                    convertUnits(out_.get() + used, static_cast<unsigned>(kOutUnits - used), &len, t,
+                    convertUnits(out_ + used, static_cast<unsigned>(kOutUnits - used), &len, t,
                                  static_cast<unsigned>(m), flags_);
                 used += len;
                 if (cs != qelStrOk) st = cs;
@@ -475,7 +544,8 @@ private:
     qelStrFlags flags_;
     bool swapIn_, swapOut_;
     std::unique_ptr<In[]> in_;
-    std::unique_ptr<Out[]> out_;
+    std::unique_ptr<Out[]> outs_[2];  // one is converted into while the sink writes the other
+    Out* out_ = nullptr;
     std::unique_ptr<char[]> scratch_;
     std::uint64_t base_ = 0;    // file offset of in_[0]
     std::uint64_t line_ = 1;    // line of in_[0]
