@@ -163,7 +163,7 @@ inline int convertRun(Out& out, const SrcOf<P>*& p, const SrcOf<P>* inEnd, B& bu
 // and the result is kNoRoom.
 template <class P, class B>
 inline int safeRun(DstOf<P>*& o, const DstOf<P>* outEnd, const SrcOf<P>*& p, const SrcOf<P>* inEnd,
-                       const SrcOf<P>* from, B& bulk) noexcept {
+                    const SrcOf<P>* from, B& bulk) noexcept {
     Bounded<DstOf<P>> out{{o, outEnd - 1}};
     int result = convertRun<P>(out, p, inEnd, bulk);
     o = out.o;
