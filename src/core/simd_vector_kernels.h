@@ -1,15 +1,15 @@
 // The SSE2 and AVX2 kernels, written once over the operations of one
-// instruction set: the walkers' scans and plain-unit copies in whole vectors,
-// finishing each memory page unit by unit, and the cores' stretches of ASCII
+// instruction set: the walkers' scans and plain-unit copies in aligned
+// vectors, and the cores' stretches of ASCII
 // in every pair, and of the BMP without surrogates between UTF-16 and UTF-32,
 // leaving every other character to the per-character code.
 //
 // The file of each set defines, before it includes this header,
 //   QEL_VEC_TARGET  the target attribute of the set, which every function
 //                   here carries, as they all work on its vectors, and
-//   QEL_VEC_SCAN    QEL_VEC_TARGET for the functions that read whole blocks
-//                   of a string, which may go past a zero unit within its
-//                   memory page and so are left alone by the address and
+//   QEL_VEC_SCAN    QEL_VEC_TARGET for the functions that read aligned
+//                   blocks of a string ended by a zero unit, which may hold
+//                   bytes past it, and so are left alone by the address and
 //                   thread sanitizers,
 // then defines its operations type and builds its table with
 // makeKernels<Ops>(). Everything here lies in an unnamed namespace, so that
@@ -68,8 +68,13 @@ struct Unaligned {
 } __attribute__((packed, may_alias));
 
 template <class V, class T>
-QEL_VEC_SCAN inline V load(const T* p) {
+QEL_VEC_TARGET inline V load(const T* p) {
     return reinterpret_cast<const Unaligned<V>*>(p)->v;
+}
+// An aligned block of a string ended by a zero unit (see the walker kernels).
+template <class V, class T>
+QEL_VEC_SCAN inline V loadBlock(const T* p) {
+    return *reinterpret_cast<const V*>(p);
 }
 template <class T, class V>
 QEL_VEC_TARGET inline void store(T* p, V v) {
@@ -118,17 +123,32 @@ inline bool misaligned(const U* p) {
     return (reinterpret_cast<std::uintptr_t>(p) % sizeof(U)) != 0;
 }
 
-// The units from p before both `end` (when it lies ahead) and the end of p's
-// memory page.
-template <class U>
-inline std::size_t unitsAhead(const U* p, const U* end) {
-    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
-    const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
-    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
-    return smaller(ahead, inPage);
+// The naturally aligned block of kBytes bytes that holds p.
+template <std::size_t kBytes, class U>
+inline const U* blockOf(const U* p) {
+    return reinterpret_cast<const U*>(reinterpret_cast<std::uintptr_t>(p) & ~std::uintptr_t{kBytes - 1});
+}
+
+// p itself when it starts a block, else the start of the next block.
+template <std::size_t kBytes, class U>
+inline const U* blockAfter(const U* p) {
+    return p + (kBytes - reinterpret_cast<std::uintptr_t>(p) % kBytes) % kBytes / sizeof(U);
+}
+
+// Bytes from b to `end`: beyond any string when `end` does not lie ahead.
+inline std::size_t bytesTo(const void* b, const void* end) {
+    return reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(b);
 }
 
 // ---- walker kernels --------------------------------------------------------------------
+//
+// A string that `end` does not bound is known only up to its first zero
+// unit, so the walker kernels read whole aligned blocks, each holding a unit
+// of the string: the block of p, and the next one only while no zero unit
+// (nor `end`) has come up. Such a block never leaves the memory page of a
+// unit that exists, and the bytes it holds past the zero unit are never
+// looked at; the address and thread sanitizers, which check bytes and not
+// blocks, would still report them.
 
 template <class U, bool kSpecial>
 inline bool isHit(U u) {
@@ -145,29 +165,27 @@ template <class O, class U, bool kSpecial>
 QEL_VEC_SCAN const U* scan(const U* p, const U* end) {
     using V = typename O::V;
     constexpr std::size_t kLanes = sizeof(V) / sizeof(U);
+    if (p == end) return p;
     if (misaligned(p)) {
         while (p != end && !isHit<U, kSpecial>(*p)) ++p;
         return p;
     }
-    for (;;) {
-        const std::size_t units = unitsAhead(p, end);
-        std::size_t k = units / kLanes;
-        for (; k >= 2; k -= 2) {
-            const std::uint32_t hit =
-                hitBits<O, U, kSpecial>(load<V>(p)) | hitBits<O, U, kSpecial>(load<V>(p + kLanes));
-            if (hit != 0) break;
-            p += 2 * kLanes;
-        }
-        for (; k > 0; --k) {
-            const std::uint32_t hit = hitBits<O, U, kSpecial>(load<V>(p));
-            if (hit != 0) return p + __builtin_ctz(hit) / sizeof(U);
-            p += kLanes;
-        }
-        // The units before the page's end or `end`, one at a time.
-        for (std::size_t t = units % kLanes; t > 0; --t, ++p)
-            if (isHit<U, kSpecial>(*p)) return p;
-        if (p == end || units == 0) return p;
+    const U* b = blockOf<sizeof(V)>(p);
+    const std::size_t before = reinterpret_cast<std::uintptr_t>(p) % sizeof(V);
+    std::size_t ahead = bytesTo(p, end);
+    ahead = ahead > SIZE_MAX - before ? SIZE_MAX : ahead + before;
+    // The lanes before p do not count.
+    std::uint32_t hit = hitBits<O, U, kSpecial>(loadBlock<V>(b)) & (~0u << before);
+    while (ahead >= sizeof(V)) {
+        if (hit != 0) return b + __builtin_ctz(hit) / sizeof(U);
+        b += kLanes;
+        ahead -= sizeof(V);
+        if (ahead == 0) return b;
+        hit = hitBits<O, U, kSpecial>(loadBlock<V>(b));
     }
+    // `end` lies in this block.
+    hit |= 1u << ahead;
+    return b + __builtin_ctz(hit) / sizeof(U);
 }
 
 template <class O, class U>
@@ -179,33 +197,43 @@ QEL_VEC_SCAN const U* findSpecial(const U* p, const U* end) noexcept {
     return scan<O, U, true>(p, end);
 }
 
+// Copies plain units one by one while they are there, up to `stop` (a
+// position of *p) at most; false when it met anything else.
+template <class S, class D>
+inline bool copyUnits(const S*& p, const S* stop, const S* end, D*& o, const D* oEnd) {
+    for (; p != stop; ++p) {
+        if (p == end || o == oEnd || static_cast<u32>(*p) - 2u >= 0x7Eu) return false;
+        *o++ = static_cast<D>(*p);
+    }
+    return true;
+}
+
 template <class O, class S, class D>
 QEL_VEC_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd) noexcept {
     using V = typename O::V;
     constexpr std::size_t kLanes = sizeof(V) / sizeof(S);
     const S* p = *pp;
     D* o = *oo;
-    for (;;) {
-        std::size_t k = misaligned(p) ? 0 : smaller(unitsAhead(p, end), static_cast<std::size_t>(oEnd - o)) / kLanes;
-        for (; k > 0; --k) {
-            const V v = load<V>(p);
-            if (specialBits<O, S>(v) != 0) break;
+    // The units up to the next block one by one, as a block's store would
+    // write before o; then whole blocks while they lie before `end` and the
+    // output's end; then the units before the unit that stopped them.
+    if (!misaligned(p) && copyUnits(p, blockAfter<sizeof(V)>(p), end, o, oEnd)) {
+        std::size_t blocks = smaller(bytesTo(p, end) / sizeof(V), static_cast<std::size_t>(oEnd - o) / kLanes);
+        for (; blocks > 0; --blocks) {
+            const V v = loadBlock<V>(p);
+            const std::uint32_t special = specialBits<O, S>(v);
+            if (special != 0) {
+                copyUnits(p, p + __builtin_ctz(special) / sizeof(S), end, o, oEnd);
+                break;
+            }
             O::template storePlain<S, D>(v, o);
             p += kLanes;
             o += kLanes;
         }
-        // Unit by unit: the units before a unit that is not plain, and up to
-        // the next memory page, `end` or the end of the output.
-        for (std::size_t t = 0; t < kLanes; ++t) {
-            if (p == end || o == oEnd || static_cast<u32>(*p) - 2u >= 0x7Eu) {
-                *pp = p;
-                *oo = o;
-                return;
-            }
-            *o++ = static_cast<D>(*p++);
-            if ((reinterpret_cast<std::uintptr_t>(p) & 4095) == 0) break;
-        }
     }
+    copyUnits<S, D>(p, nullptr, end, o, oEnd);
+    *pp = p;
+    *oo = o;
 }
 
 // ---- core kernels ----------------------------------------------------------------------
