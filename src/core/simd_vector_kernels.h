@@ -174,17 +174,29 @@ QEL_VEC_SCAN const U* scan(const U* p, const U* end) {
     const std::size_t before = reinterpret_cast<std::uintptr_t>(p) % sizeof(V);
     std::size_t ahead = bytesTo(p, end);
     ahead = ahead > SIZE_MAX - before ? SIZE_MAX : ahead + before;
-    // The lanes before p do not count.
+    // The lanes before p do not count, nor those from `end` on.
     std::uint32_t hit = hitBits<O, U, kSpecial>(loadBlock<V>(b)) & (~0u << before);
-    while (ahead >= sizeof(V)) {
+    if (ahead < sizeof(V)) hit |= 1u << ahead;
+    if (hit != 0) return b + __builtin_ctz(hit) / sizeof(U);
+    b += kLanes;
+    // Whole blocks before `end`, each read only once the one before it held
+    // no zero unit.
+    std::size_t blocks = ahead / sizeof(V) - 1;
+    for (; blocks >= 2; blocks -= 2, b += 2 * kLanes) {
+        hit = hitBits<O, U, kSpecial>(loadBlock<V>(b));
+        if (hit != 0) return b + __builtin_ctz(hit) / sizeof(U);
+        hit = hitBits<O, U, kSpecial>(loadBlock<V>(b + kLanes));
+        if (hit != 0) return b + kLanes + __builtin_ctz(hit) / sizeof(U);
+    }
+    if (blocks != 0) {
+        hit = hitBits<O, U, kSpecial>(loadBlock<V>(b));
         if (hit != 0) return b + __builtin_ctz(hit) / sizeof(U);
         b += kLanes;
-        ahead -= sizeof(V);
-        if (ahead == 0) return b;
-        hit = hitBits<O, U, kSpecial>(loadBlock<V>(b));
     }
-    // `end` lies in this block.
-    hit |= 1u << ahead;
+    // The block that `end` lies in, when it holds a unit before it.
+    const std::size_t rest = ahead % sizeof(V);
+    if (rest == 0) return b;
+    hit = hitBits<O, U, kSpecial>(loadBlock<V>(b)) | 1u << rest;
     return b + __builtin_ctz(hit) / sizeof(U);
 }
 
