@@ -1203,19 +1203,27 @@ QEL_AVX512 void utf32ToUtf16Measure(const u32** pp, const u32* end, unsigned int
 
 // ---- walker kernels ---------------------------------------------------------------
 
-// Units from p that one step may look at: at most a vector, not past `end`
-// when it lies ahead within that reach, and not into the next memory page.
+// A string that `end` does not bound is known only up to its first zero
+// unit, so the walker kernels read only inside the naturally aligned blocks
+// of 64 bytes that hold a unit of the string: the block of p, and the next
+// one only once no zero unit (nor `end`) has come up before it. Such a block
+// never leaves the memory page of a unit that exists. Masked loads read part
+// of a block; whole loads, the bytes of which past the zero unit are never
+// looked at, are left alone by the address and thread sanitizers, which
+// check bytes and not blocks.
+
+// Units from p that one step may look at: those of p's block, not past `end`
+// when it lies ahead.
 template <class U>
 inline std::size_t stepUnits(const U* p, const U* end) {
-    constexpr std::size_t kLanes = 64 / sizeof(U);
     const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
     const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
-    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
-    return smaller(kLanes, smaller(ahead, inPage));
+    const std::size_t inBlock = (64 - (at & 63)) / sizeof(U);
+    return smaller(ahead, inBlock);
 }
 
 template <class U>
-QEL_AVX512_SCAN inline V loadUnits(const U* p, std::size_t n) {
+QEL_AVX512 inline V loadUnits(const U* p, std::size_t n) {
     if constexpr (sizeof(U) == 1) return _mm512_maskz_loadu_epi8(low64(n), p);
     else if constexpr (sizeof(U) == 2) return _mm512_maskz_loadu_epi16(low32(n), p);
     else return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(low16(n)), p);
@@ -1246,81 +1254,52 @@ inline bool misaligned(const U* p) {
     return (reinterpret_cast<std::uintptr_t>(p) % sizeof(U)) != 0;
 }
 
-// Whole vectors from p that lie before both `end` (when it lies ahead) and
-// the end of p's memory page.
+// Whole blocks from p (which starts one) that lie before `end`; without
+// bound when `end` does not lie ahead.
 template <class U>
-inline std::size_t wholeVectors(const U* p, const U* end) {
-    constexpr std::size_t kLanes = 64 / sizeof(U);
-    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
-    const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
-    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
-    return smaller(ahead, inPage) / kLanes;
+inline std::size_t wholeBlocks(const U* p, const U* end) {
+    return (reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(p)) / 64;
 }
 
+inline bool startsBlock(const void* p) { return (reinterpret_cast<std::uintptr_t>(p) & 63) == 0; }
+
+// A whole aligned block (see above).
 template <class U>
-QEL_AVX512_SCAN inline V loadVector(const U* p) {
-    return _mm512_loadu_si512(p);
+QEL_AVX512_SCAN inline V loadBlock(const U* p) {
+    return _mm512_load_si512(p);
 }
 
-// Whether any lane of four vectors holds 0 or 0x01 (kSpecial: anything but
+// The lanes of a whole block that hold 0 or 0x01 (kSpecial: anything but
 // 0x02..0x7F).
 template <class U, bool kSpecial>
-QEL_AVX512 inline bool anyLanes(V w0, V w1, V w2, V w3) {
-    if constexpr (sizeof(U) == 1) {
-        if (kSpecial) {
-            const V two = b8<2>();
-            const V top = _mm512_max_epu8(_mm512_max_epu8(_mm512_sub_epi8(w0, two), _mm512_sub_epi8(w1, two)),
-                                          _mm512_max_epu8(_mm512_sub_epi8(w2, two), _mm512_sub_epi8(w3, two)));
-            return _mm512_cmpge_epu8_mask(top, b8<0x7E>()) != 0;
-        }
-        const V least = _mm512_min_epu8(_mm512_min_epu8(w0, w1), _mm512_min_epu8(w2, w3));
-        return _mm512_cmple_epu8_mask(least, b8<1>()) != 0;
-    } else if constexpr (sizeof(U) == 2) {
-        if (kSpecial) {
-            const V two = b16<2>();
-            const V top = _mm512_max_epu16(_mm512_max_epu16(_mm512_sub_epi16(w0, two), _mm512_sub_epi16(w1, two)),
-                                           _mm512_max_epu16(_mm512_sub_epi16(w2, two), _mm512_sub_epi16(w3, two)));
-            return _mm512_cmpge_epu16_mask(top, b16<0x7E>()) != 0;
-        }
-        const V least = _mm512_min_epu16(_mm512_min_epu16(w0, w1), _mm512_min_epu16(w2, w3));
-        return _mm512_cmple_epu16_mask(least, b16<1>()) != 0;
-    } else {
-        if (kSpecial) {
-            const V two = b32<2>();
-            const V top = _mm512_max_epu32(_mm512_max_epu32(_mm512_sub_epi32(w0, two), _mm512_sub_epi32(w1, two)),
-                                           _mm512_max_epu32(_mm512_sub_epi32(w2, two), _mm512_sub_epi32(w3, two)));
-            return _mm512_cmpge_epu32_mask(top, b32<0x7E>()) != 0;
-        }
-        const V least = _mm512_min_epu32(_mm512_min_epu32(w0, w1), _mm512_min_epu32(w2, w3));
-        return _mm512_cmple_epu32_mask(least, b32<1>()) != 0;
-    }
+QEL_AVX512 inline std::uint64_t hitLanes(V v) {
+    constexpr std::size_t kLanes = 64 / sizeof(U);
+    return kSpecial ? specialLanes<U>(v, kLanes) : stopLanes<U>(v, kLanes);
 }
 
-// The first lane of `hits` among the units from p, by whole vectors and then
-// by one masked step, repeated page by page.
+// The first lane of `hits` among the units from p: a masked step to the end
+// of p's block, then whole blocks, each read once the one before held none.
 template <class U, bool kSpecial>
 QEL_AVX512_SCAN inline const U* scan(const U* p, const U* end) {
     constexpr std::size_t kLanes = 64 / sizeof(U);
     for (;;) {
-        // A masked step first: a short string needs no other.
         const std::size_t n = stepUnits(p, end);
         if (n == 0) return p;
         const V v = loadUnits(p, n);
-        const std::uint64_t hit = kSpecial ? specialLanes<U>(v, n) : stopLanes<U>(v, n);
+        std::uint64_t hit = kSpecial ? specialLanes<U>(v, n) : stopLanes<U>(v, n);
         if (hit != 0) return p + _tzcnt_u64(hit);
         p += n;
-        std::size_t k = wholeVectors(p, end);
-        // Four vectors at a time while nothing is found in them.
-        for (; k >= 4; k -= 4) {
-            const V w0 = loadVector(p), w1 = loadVector(p + kLanes);
-            const V w2 = loadVector(p + 2 * kLanes), w3 = loadVector(p + 3 * kLanes);
-            if (anyLanes<U, kSpecial>(w0, w1, w2, w3)) break;
-            p += 4 * kLanes;
+        if (!startsBlock(p)) return p;  // at `end`
+        std::size_t k = wholeBlocks(p, end);
+        for (; k >= 2; k -= 2, p += 2 * kLanes) {
+            hit = hitLanes<U, kSpecial>(loadBlock(p));
+            if (hit != 0) return p + _tzcnt_u64(hit);
+            hit = hitLanes<U, kSpecial>(loadBlock(p + kLanes));
+            if (hit != 0) return p + kLanes + _tzcnt_u64(hit);
         }
-        for (; k > 0; --k) {
-            const V w = loadVector(p);
-            const std::uint64_t found = kSpecial ? specialLanes<U>(w, kLanes) : stopLanes<U>(w, kLanes);
-            if (found != 0) return p + _tzcnt_u64(found);
+        if (k != 0) {
+            hit = hitLanes<U, kSpecial>(loadBlock(p));
+            if (hit != 0) return p + _tzcnt_u64(hit);
             p += kLanes;
         }
     }
@@ -1382,10 +1361,10 @@ QEL_AVX512_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd
             storePlain<S, D>(v, k, o);
             p += k;
             o += k;
-            if (k < n) break;
-            std::size_t whole = smaller(wholeVectors(p, end), static_cast<std::size_t>(oEnd - o) / kLanes);
+            if (k < n || !startsBlock(p)) break;
+            std::size_t whole = smaller(wholeBlocks(p, end), static_cast<std::size_t>(oEnd - o) / kLanes);
             for (; whole > 0; --whole) {
-                const V w = loadVector(p);
+                const V w = loadBlock(p);
                 if (specialLanes<S>(w, kLanes) != 0) break;
                 storePlain<S, D>(w, kLanes, o);
                 p += kLanes;
@@ -1585,14 +1564,58 @@ QEL_AVX512 inline std::uint64_t nonAsciiLanes(V v, std::size_t n) {
     else return _mm512_mask_cmpge_epu32_mask(static_cast<__mmask16>(low16(n)), v, b32<0x80>());
 }
 
-// convertText: steps over the units from p, each within p's memory page,
-// before `end`, before the first zero unit or 0x01 and within the output
-// room, taken by the pair's Step. Within a span of whole vectors that lies
-// before the page's end, `end` and the room's limit, steps load whole
-// vectors and their sizes do not wait on the page arithmetic.
+// How far the units from p are known to be text: no zero unit, no 0x01, and
+// before `end`. reach() checks whole aligned blocks (see the walker
+// kernels) until it knows the units up to a position, or where they stop.
+template <class S>
+class CheckedText {
+public:
+    CheckedText(const S* p, const S* end) : checked_(p), end_(end) {}
+
+    // The units before this position are text.
+    const S* end() const { return checked_; }
+    // Whether a zero unit, 0x01 or `end` stands at end().
+    bool stopped() const { return stopped_; }
+
+    QEL_AVX512_SCAN __attribute__((always_inline)) void reach(const S* want) {
+        constexpr std::size_t kLanes = 64 / sizeof(S);
+        while (checked_ < want && !stopped_) {
+            if (checked_ == end_) {
+                stopped_ = true;
+                return;
+            }
+            // The block of checked_ holds it, a unit of the string.
+            const S* const b = reinterpret_cast<const S*>(reinterpret_cast<std::uintptr_t>(checked_) & ~std::uintptr_t{63});
+            const std::size_t before = static_cast<std::size_t>(checked_ - b);
+            std::uint64_t stop = stopLanes<S>(_mm512_load_si512(b), kLanes) & (~0ull << before);
+            const std::size_t ahead =
+                (reinterpret_cast<std::uintptr_t>(end_) - reinterpret_cast<std::uintptr_t>(checked_)) / sizeof(S);
+            if (ahead < kLanes - before) stop |= 1ull << (before + ahead);
+            if (stop != 0) {
+                checked_ = b + _tzcnt_u64(stop);
+                stopped_ = true;
+                return;
+            }
+            checked_ = b + kLanes;
+        }
+    }
+
+private:
+    const S* checked_;
+    const S* end_;
+    bool stopped_ = false;
+};
+
+// convertText: steps over the units from p that are known to be text (see
+// CheckedText), within the output room, taken by the pair's Step. While a
+// whole vector and the unit after it are known, steps load whole vectors;
+// the last units before a zero unit, 0x01 or `end` take one masked step.
 template <class S, class D, class Step>
 QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oEnd, const S** lastOther) noexcept {
     constexpr std::size_t kLanes = 64 / sizeof(S);
+    // What the widest step reads: 64 units (wideText), or a vector and the
+    // unit after it.
+    constexpr std::size_t kWant = (kLanes > 64 ? kLanes : 64) + 1;
     const S* p = *pp;
     D* o = *oo;
     // Where the last unit taken that is not ASCII is: the step, and the mask
@@ -1602,10 +1625,15 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
     bool more = !misaligned(p);
     WideRetry wide(p);
     Step step;
+    CheckedText<S> text(p, end);
     while (more && o < oEnd) {
         const std::size_t room = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
-        const S* const spanEnd = p + smaller(wholeVectors(p, end) * kLanes, room);
-        while (more && static_cast<std::size_t>(spanEnd - p) >= kLanes) {
+        // Steps from here on write at most this many units of output.
+        const S* const roomEnd = p + room;
+        while (more) {
+            text.reach(p + smaller(kWant, room));
+            const S* const spanEnd = text.end() < roomEnd ? text.end() : roomEnd;
+            if (static_cast<std::size_t>(spanEnd - p) < kLanes) break;
             std::uint64_t wideOther = 0;
             if (sizeof(S) > 1 && wide.due(p) && static_cast<std::size_t>(spanEnd - p) >= 64) {
                 if (wideText(p, o, wideOther)) {
@@ -1626,8 +1654,7 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
                 step.settle(p, otherStep, otherMask);
                 if (static_cast<std::size_t>(spanEnd - p) < kLanes) break;
             }
-            const V v = loadVector(p);
-            if (stopLanes<S>(v, kLanes) != 0) break;
+            const V v = _mm512_loadu_si512(p);
             const std::size_t took = step.take(p, v, kLanes, o, more, ahead);
             if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
                 otherStep = p;
@@ -1637,26 +1664,15 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
         }
         step.settle(p, otherStep, otherMask);
         if (!more) break;
-        // One masked step: up to a zero unit or 0x01, the page's end or `end`.
-        std::size_t n = smaller(stepUnits(p, end), smaller(room, static_cast<std::size_t>(oEnd - o) / Step::kPerUnit));
-        if (n == 0) break;
-        V v = loadUnits(p, n);
-        std::uint64_t stop = stopLanes<S>(v, n);
-        const std::size_t ahead =
-            (reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(p)) / sizeof(S);
+        // One masked step over the text left before a zero unit, 0x01 or
+        // `end`, or as far as the room goes.
+        text.reach(p + kLanes);
         const std::size_t roomNow = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
-        if (stop == 0 && n < kLanes && n < roomNow && n < ahead) {
-            // Cut by the page's end, with no zero unit before it: the string
-            // goes on into the next page, so a whole step may be read (a
-            // character may straddle the two pages).
-            n = smaller(smaller(kLanes, roomNow), ahead);
-            v = loadUnits(p, n);
-            stop = stopLanes<S>(v, n);
-        }
-        if (stop != 0) {
-            n = static_cast<std::size_t>(_tzcnt_u64(stop));
-            if (n == 0) break;
-        }
+        const std::size_t n =
+            smaller(smaller(static_cast<std::size_t>(text.end() - p), kLanes), smaller(room, roomNow));
+        if (n == 0) break;
+        const V v = loadUnits(p, n);
+        const bool last = text.stopped() && p + n == text.end();
         const std::size_t took = step.take(p, v, n, o, more, false);
         if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
             otherStep = p;
@@ -1664,7 +1680,7 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
         }
         p += took;
         // A step that ends before a zero unit or 0x01 ends the kernel.
-        if (stop != 0 && more) more = false;
+        if (last) more = false;
     }
     if (otherStep != nullptr) *lastOther = otherStep + (64 - _lzcnt_u64(otherMask));
     *pp = p;
