@@ -1494,15 +1494,14 @@ struct Utf32Text : NothingCarried {
 // range: 64 units of UTF-16 or UTF-32 that are ASCII, or of the BMP without
 // surrogates between UTF-16 and UTF-32 (otherMask then marks those from
 // 0x80). Returns false (writing nothing) when the 64 units are not all such
-// units, or any of them is a zero unit or 0x01; UTF-8 takes no such step, as
-// its own steps are as wide.
+// units; they are known to hold no zero unit nor 0x01 (see CheckedText).
+// UTF-8 takes no such step, as its own steps are as wide.
 template <class S, class D>
 QEL_AVX512_SCAN inline bool wideText(const S* p, D* o, std::uint64_t& otherMask) {
     if constexpr (sizeof(S) == 1) {
         return false;  // the step itself is as wide
     } else if constexpr (sizeof(S) == 2) {
         const V u0 = _mm512_loadu_si512(p), u1 = _mm512_loadu_si512(p + 32);
-        if (_mm512_cmple_epu16_mask(_mm512_min_epu16(u0, u1), b16<1>()) != 0) return false;
         if constexpr (sizeof(D) == 1) {
             if (_mm512_cmpge_epu16_mask(_mm512_max_epu16(u0, u1), b16<0x80>()) != 0) return false;
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(o), _mm512_cvtepi16_epi8(u0));
@@ -1524,8 +1523,6 @@ QEL_AVX512_SCAN inline bool wideText(const S* p, D* o, std::uint64_t& otherMask)
     } else {
         const V u0 = _mm512_loadu_si512(p), u1 = _mm512_loadu_si512(p + 16);
         const V u2 = _mm512_loadu_si512(p + 32), u3 = _mm512_loadu_si512(p + 48);
-        const V least = _mm512_min_epu32(_mm512_min_epu32(u0, u1), _mm512_min_epu32(u2, u3));
-        if (_mm512_cmple_epu32_mask(least, b32<1>()) != 0) return false;
         const V top = _mm512_max_epu32(_mm512_max_epu32(u0, u1), _mm512_max_epu32(u2, u3));
         if constexpr (sizeof(D) == 1) {
             if (_mm512_cmpge_epu32_mask(top, b32<0x80>()) != 0) return false;
@@ -1565,8 +1562,8 @@ QEL_AVX512 inline std::uint64_t nonAsciiLanes(V v, std::size_t n) {
 }
 
 // How far the units from p are known to be text: no zero unit, no 0x01, and
-// before `end`. reach() checks whole aligned blocks (see the walker
-// kernels) until it knows the units up to a position, or where they stop.
+// before `end`. reach() checks them by the aligned blocks of the walker
+// kernels until it knows the units up to a position, or where they stop.
 template <class S>
 class CheckedText {
 public:
@@ -1577,30 +1574,23 @@ public:
     // Whether a zero unit, 0x01 or `end` stands at end().
     bool stopped() const { return stopped_; }
 
+    // Checks a stretch past `want` at once, by the scan kernel's blocks: one
+    // quick pass that leaves the text in the cache for the steps, rather than
+    // a check in every step.
     QEL_AVX512_SCAN __attribute__((always_inline)) void reach(const S* want) {
-        constexpr std::size_t kLanes = 64 / sizeof(S);
-        while (checked_ < want && !stopped_) {
-            if (checked_ == end_) {
-                stopped_ = true;
-                return;
-            }
-            // The block of checked_ holds it, a unit of the string.
-            const S* const b = reinterpret_cast<const S*>(reinterpret_cast<std::uintptr_t>(checked_) & ~std::uintptr_t{63});
-            const std::size_t before = static_cast<std::size_t>(checked_ - b);
-            std::uint64_t stop = stopLanes<S>(_mm512_load_si512(b), kLanes) & (~0ull << before);
-            const std::size_t ahead =
-                (reinterpret_cast<std::uintptr_t>(end_) - reinterpret_cast<std::uintptr_t>(checked_)) / sizeof(S);
-            if (ahead < kLanes - before) stop |= 1ull << (before + ahead);
-            if (stop != 0) {
-                checked_ = b + _tzcnt_u64(stop);
-                stopped_ = true;
-                return;
-            }
-            checked_ = b + kLanes;
-        }
+        if (checked_ >= want || stopped_) return;
+        const S* const target = want + kStretch;
+        const auto bytesTo = [this](const S* to) {
+            return reinterpret_cast<std::uintptr_t>(to) - reinterpret_cast<std::uintptr_t>(checked_);
+        };
+        const bool endFirst = bytesTo(end_) <= bytesTo(target);
+        const S* const found = scan<S, false>(checked_, endFirst ? end_ : target);
+        stopped_ = endFirst || found != target;
+        checked_ = found;
     }
 
 private:
+    static constexpr std::size_t kStretch = 1024 / sizeof(S);
     const S* checked_;
     const S* end_;
     bool stopped_ = false;
