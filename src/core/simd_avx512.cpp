@@ -1274,7 +1274,9 @@ QEL_AVX512_SCAN inline V loadBlock(const U* p) {
 template <class U, bool kSpecial>
 QEL_AVX512 inline std::uint64_t hitLanes(V v) {
     constexpr std::size_t kLanes = 64 / sizeof(U);
-    return kSpecial ? specialLanes<U>(v, kLanes) : stopLanes<U>(v, kLanes);
+    // A byte is special exactly when it is below 2 as a signed byte.
+    if constexpr (kSpecial && sizeof(U) == 1) return _mm512_cmplt_epi8_mask(v, b8<2>());
+    else return kSpecial ? specialLanes<U>(v, kLanes) : stopLanes<U>(v, kLanes);
 }
 
 // The first lane of `hits` among the units from p: a masked step to the end
@@ -1291,16 +1293,19 @@ QEL_AVX512_SCAN inline const U* scan(const U* p, const U* end) {
         p += n;
         if (!startsBlock(p)) return p;  // at `end`
         std::size_t k = wholeBlocks(p, end);
-        for (; k >= 2; k -= 2, p += 2 * kLanes) {
+        for (; k >= 4; k -= 4, p += 4 * kLanes) {
             hit = hitLanes<U, kSpecial>(loadBlock(p));
             if (hit != 0) return p + _tzcnt_u64(hit);
             hit = hitLanes<U, kSpecial>(loadBlock(p + kLanes));
             if (hit != 0) return p + kLanes + _tzcnt_u64(hit);
+            hit = hitLanes<U, kSpecial>(loadBlock(p + 2 * kLanes));
+            if (hit != 0) return p + 2 * kLanes + _tzcnt_u64(hit);
+            hit = hitLanes<U, kSpecial>(loadBlock(p + 3 * kLanes));
+            if (hit != 0) return p + 3 * kLanes + _tzcnt_u64(hit);
         }
-        if (k != 0) {
+        for (; k > 0; --k, p += kLanes) {
             hit = hitLanes<U, kSpecial>(loadBlock(p));
             if (hit != 0) return p + _tzcnt_u64(hit);
-            p += kLanes;
         }
     }
 }
@@ -1494,14 +1499,15 @@ struct Utf32Text : NothingCarried {
 // range: 64 units of UTF-16 or UTF-32 that are ASCII, or of the BMP without
 // surrogates between UTF-16 and UTF-32 (otherMask then marks those from
 // 0x80). Returns false (writing nothing) when the 64 units are not all such
-// units; they are known to hold no zero unit nor 0x01 (see CheckedText).
-// UTF-8 takes no such step, as its own steps are as wide.
+// units, or any of them is a zero unit or 0x01; UTF-8 takes no such step, as
+// its own steps are as wide.
 template <class S, class D>
 QEL_AVX512_SCAN inline bool wideText(const S* p, D* o, std::uint64_t& otherMask) {
     if constexpr (sizeof(S) == 1) {
         return false;  // the step itself is as wide
     } else if constexpr (sizeof(S) == 2) {
         const V u0 = _mm512_loadu_si512(p), u1 = _mm512_loadu_si512(p + 32);
+        if (_mm512_cmple_epu16_mask(_mm512_min_epu16(u0, u1), b16<1>()) != 0) return false;
         if constexpr (sizeof(D) == 1) {
             if (_mm512_cmpge_epu16_mask(_mm512_max_epu16(u0, u1), b16<0x80>()) != 0) return false;
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(o), _mm512_cvtepi16_epi8(u0));
@@ -1523,6 +1529,8 @@ QEL_AVX512_SCAN inline bool wideText(const S* p, D* o, std::uint64_t& otherMask)
     } else {
         const V u0 = _mm512_loadu_si512(p), u1 = _mm512_loadu_si512(p + 16);
         const V u2 = _mm512_loadu_si512(p + 32), u3 = _mm512_loadu_si512(p + 48);
+        const V least = _mm512_min_epu32(_mm512_min_epu32(u0, u1), _mm512_min_epu32(u2, u3));
+        if (_mm512_cmple_epu32_mask(least, b32<1>()) != 0) return false;
         const V top = _mm512_max_epu32(_mm512_max_epu32(u0, u1), _mm512_max_epu32(u2, u3));
         if constexpr (sizeof(D) == 1) {
             if (_mm512_cmpge_epu32_mask(top, b32<0x80>()) != 0) return false;
@@ -1561,51 +1569,44 @@ QEL_AVX512 inline std::uint64_t nonAsciiLanes(V v, std::size_t n) {
     else return _mm512_mask_cmpge_epu32_mask(static_cast<__mmask16>(low16(n)), v, b32<0x80>());
 }
 
-// How far the units from p are known to be text: no zero unit, no 0x01, and
-// before `end`. reach() checks them by the aligned blocks of the walker
-// kernels until it knows the units up to a position, or where they stop.
-template <class S>
-class CheckedText {
-public:
-    CheckedText(const S* p, const S* end) : checked_(p), end_(end) {}
+// convertText still reads whole vectors within the memory page of a unit
+// that exists, past a zero unit too: the units it may look at from p in one
+// step, and the whole vectors from p before the page's end and `end`.
+template <class U>
+inline std::size_t pageStepUnits(const U* p, const U* end) {
+    constexpr std::size_t kLanes = 64 / sizeof(U);
+    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
+    const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
+    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
+    return smaller(kLanes, smaller(ahead, inPage));
+}
+template <class U>
+inline std::size_t wholeVectors(const U* p, const U* end) {
+    constexpr std::size_t kLanes = 64 / sizeof(U);
+    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
+    const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
+    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
+    return smaller(ahead, inPage) / kLanes;
+}
+template <class U>
+QEL_AVX512_SCAN inline V loadVector(const U* p) {
+    return _mm512_loadu_si512(p);
+}
+template <class U>
+QEL_AVX512_SCAN inline V loadPageUnits(const U* p, std::size_t n) {
+    if constexpr (sizeof(U) == 1) return _mm512_maskz_loadu_epi8(low64(n), p);
+    else if constexpr (sizeof(U) == 2) return _mm512_maskz_loadu_epi16(low32(n), p);
+    else return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(low16(n)), p);
+}
 
-    // The units before this position are text.
-    const S* end() const { return checked_; }
-    // Whether a zero unit, 0x01 or `end` stands at end().
-    bool stopped() const { return stopped_; }
-
-    // Checks a stretch past `want` at once, by the scan kernel's blocks: one
-    // quick pass that leaves the text in the cache for the steps, rather than
-    // a check in every step.
-    QEL_AVX512_SCAN __attribute__((always_inline)) void reach(const S* want) {
-        if (checked_ >= want || stopped_) return;
-        const S* const target = want + kStretch;
-        const auto bytesTo = [this](const S* to) {
-            return reinterpret_cast<std::uintptr_t>(to) - reinterpret_cast<std::uintptr_t>(checked_);
-        };
-        const bool endFirst = bytesTo(end_) <= bytesTo(target);
-        const S* const found = scan<S, false>(checked_, endFirst ? end_ : target);
-        stopped_ = endFirst || found != target;
-        checked_ = found;
-    }
-
-private:
-    static constexpr std::size_t kStretch = 1024 / sizeof(S);
-    const S* checked_;
-    const S* end_;
-    bool stopped_ = false;
-};
-
-// convertText: steps over the units from p that are known to be text (see
-// CheckedText), within the output room, taken by the pair's Step. While a
-// whole vector and the unit after it are known, steps load whole vectors;
-// the last units before a zero unit, 0x01 or `end` take one masked step.
+// convertText: steps over the units from p, each within p's memory page,
+// before `end`, before the first zero unit or 0x01 and within the output
+// room, taken by the pair's Step. Within a span of whole vectors that lies
+// before the page's end, `end` and the room's limit, steps load whole
+// vectors and their sizes do not wait on the page arithmetic.
 template <class S, class D, class Step>
 QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oEnd, const S** lastOther) noexcept {
     constexpr std::size_t kLanes = 64 / sizeof(S);
-    // What the widest step reads: 64 units (wideText), or a vector and the
-    // unit after it.
-    constexpr std::size_t kWant = (kLanes > 64 ? kLanes : 64) + 1;
     const S* p = *pp;
     D* o = *oo;
     // Where the last unit taken that is not ASCII is: the step, and the mask
@@ -1615,15 +1616,10 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
     bool more = !misaligned(p);
     WideRetry wide(p);
     Step step;
-    CheckedText<S> text(p, end);
     while (more && o < oEnd) {
         const std::size_t room = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
-        // Steps from here on write at most this many units of output.
-        const S* const roomEnd = p + room;
-        while (more) {
-            text.reach(p + smaller(kWant, room));
-            const S* const spanEnd = text.end() < roomEnd ? text.end() : roomEnd;
-            if (static_cast<std::size_t>(spanEnd - p) < kLanes) break;
+        const S* const spanEnd = p + smaller(wholeVectors(p, end) * kLanes, room);
+        while (more && static_cast<std::size_t>(spanEnd - p) >= kLanes) {
             std::uint64_t wideOther = 0;
             if (sizeof(S) > 1 && wide.due(p) && static_cast<std::size_t>(spanEnd - p) >= 64) {
                 if (wideText(p, o, wideOther)) {
@@ -1644,7 +1640,8 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
                 step.settle(p, otherStep, otherMask);
                 if (static_cast<std::size_t>(spanEnd - p) < kLanes) break;
             }
-            const V v = _mm512_loadu_si512(p);
+            const V v = loadVector(p);
+            if (stopLanes<S>(v, kLanes) != 0) break;
             const std::size_t took = step.take(p, v, kLanes, o, more, ahead);
             if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
                 otherStep = p;
@@ -1654,15 +1651,26 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
         }
         step.settle(p, otherStep, otherMask);
         if (!more) break;
-        // One masked step over the text left before a zero unit, 0x01 or
-        // `end`, or as far as the room goes.
-        text.reach(p + kLanes);
-        const std::size_t roomNow = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
-        const std::size_t n =
-            smaller(smaller(static_cast<std::size_t>(text.end() - p), kLanes), smaller(room, roomNow));
+        // One masked step: up to a zero unit or 0x01, the page's end or `end`.
+        std::size_t n = smaller(pageStepUnits(p, end), smaller(room, static_cast<std::size_t>(oEnd - o) / Step::kPerUnit));
         if (n == 0) break;
-        const V v = loadUnits(p, n);
-        const bool last = text.stopped() && p + n == text.end();
+        V v = loadPageUnits(p, n);
+        std::uint64_t stop = stopLanes<S>(v, n);
+        const std::size_t ahead =
+            (reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(p)) / sizeof(S);
+        const std::size_t roomNow = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
+        if (stop == 0 && n < kLanes && n < roomNow && n < ahead) {
+            // Cut by the page's end, with no zero unit before it: the string
+            // goes on into the next page, so a whole step may be read (a
+            // character may straddle the two pages).
+            n = smaller(smaller(kLanes, roomNow), ahead);
+            v = loadPageUnits(p, n);
+            stop = stopLanes<S>(v, n);
+        }
+        if (stop != 0) {
+            n = static_cast<std::size_t>(_tzcnt_u64(stop));
+            if (n == 0) break;
+        }
         const std::size_t took = step.take(p, v, n, o, more, false);
         if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
             otherStep = p;
@@ -1670,7 +1678,7 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
         }
         p += took;
         // A step that ends before a zero unit or 0x01 ends the kernel.
-        if (last) more = false;
+        if (stop != 0 && more) more = false;
     }
     if (otherStep != nullptr) *lastOther = otherStep + (64 - _lzcnt_u64(otherMask));
     *pp = p;
