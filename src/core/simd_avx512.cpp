@@ -29,8 +29,8 @@
 
 #define QEL_AVX512 \
     __attribute__((target("avx512f,avx512bw,avx512vl,avx512dq,avx512vbmi,avx512vbmi2,bmi,bmi2,lzcnt,popcnt")))
-// The walker kernels may read past a zero unit within its memory page, which
-// the address and thread sanitizers would report.
+// The walker kernels read bytes past a zero unit (in its aligned block, or
+// for convertText its memory page), which these sanitizers would report.
 #define QEL_AVX512_SCAN QEL_AVX512 __attribute__((no_sanitize("address", "thread")))
 
 namespace qel {
