@@ -209,15 +209,28 @@ QEL_VEC_SCAN const U* findSpecial(const U* p, const U* end) noexcept {
     return scan<O, U, true>(p, end);
 }
 
-// Copies plain units one by one while they are there, up to `stop` (a
-// position of *p) at most; false when it met anything else.
-template <class S, class D>
-inline bool copyUnits(const S*& p, const S* stop, const S* end, D*& o, const D* oEnd) {
-    for (; p != stop; ++p) {
-        if (p == end || o == oEnd || static_cast<u32>(*p) - 2u >= 0x7Eu) return false;
-        *o++ = static_cast<D>(*p);
+// Copies the plain units from p that lie in p's aligned block, before `end`
+// and within the output room: by one store when they are the whole block,
+// else one by one (they are known to be plain). Returns whether they reach
+// the block's end.
+template <class O, class S, class D>
+QEL_VEC_SCAN inline bool copyInBlock(const S*& p, const S* end, D*& o, const D* oEnd) {
+    using V = typename O::V;
+    constexpr std::size_t kLanes = sizeof(V) / sizeof(S);
+    const S* const b = blockOf<sizeof(V)>(p);
+    const std::size_t skip = static_cast<std::size_t>(p - b);
+    const V v = loadBlock<V>(b);
+    const std::uint32_t special = specialBits<O, S>(v) >> (skip * sizeof(S));
+    std::size_t n = smaller(kLanes - skip, smaller(bytesTo(p, end) / sizeof(S), static_cast<std::size_t>(oEnd - o)));
+    if (special != 0) n = smaller(n, __builtin_ctz(special) / sizeof(S));
+    if (n == kLanes) {
+        O::template storePlain<S, D>(v, o);
+    } else {
+        for (std::size_t i = 0; i < n; ++i) o[i] = static_cast<D>(p[i]);
     }
-    return true;
+    p += n;
+    o += n;
+    return p == b + kLanes;
 }
 
 template <class O, class S, class D>
@@ -226,24 +239,21 @@ QEL_VEC_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd) n
     constexpr std::size_t kLanes = sizeof(V) / sizeof(S);
     const S* p = *pp;
     D* o = *oo;
-    // The units up to the next block one by one, as a block's store would
-    // write before o; then whole blocks while they lie before `end` and the
-    // output's end; then the units before the unit that stopped them.
-    if (!misaligned(p) && copyUnits(p, blockAfter<sizeof(V)>(p), end, o, oEnd)) {
+    if (misaligned(p)) {
+        for (; p != end && o != oEnd && static_cast<u32>(*p) - 2u < 0x7Eu; ++p) *o++ = static_cast<D>(*p);
+    } else if (p != end && o != oEnd && (blockOf<sizeof(V)>(p) == p || copyInBlock<O>(p, end, o, oEnd))) {
+        // The block of p (from p), then whole blocks while they lie before
+        // `end` and the output's end, then what the next block holds.
         std::size_t blocks = smaller(bytesTo(p, end) / sizeof(V), static_cast<std::size_t>(oEnd - o) / kLanes);
         for (; blocks > 0; --blocks) {
             const V v = loadBlock<V>(p);
-            const std::uint32_t special = specialBits<O, S>(v);
-            if (special != 0) {
-                copyUnits(p, p + __builtin_ctz(special) / sizeof(S), end, o, oEnd);
-                break;
-            }
+            if (specialBits<O, S>(v) != 0) break;
             O::template storePlain<S, D>(v, o);
             p += kLanes;
             o += kLanes;
         }
+        if (p != end && o != oEnd) copyInBlock<O>(p, end, o, oEnd);
     }
-    copyUnits<S, D>(p, nullptr, end, o, oEnd);
     *pp = p;
     *oo = o;
 }
