@@ -209,6 +209,16 @@ QEL_VEC_SCAN const U* findSpecial(const U* p, const U* end) noexcept {
     return scan<O, U, true>(p, end);
 }
 
+// Copies kChunk plain units from p to o.
+constexpr std::size_t kChunk = 8;
+template <class S, class D>
+QEL_VEC_TARGET inline void copyChunk(const S* p, D* o) {
+    Lanes<kChunk * sizeof(S), S> in;
+    __builtin_memcpy(&in, p, sizeof in);
+    const auto out = __builtin_convertvector(in, Lanes<kChunk * sizeof(D), D>);
+    __builtin_memcpy(o, &out, sizeof out);
+}
+
 // Copies the plain units from p that lie in p's aligned block, before `end`
 // and within the output room: by one store when they are the whole block,
 // else one by one (they are known to be plain). Returns whether they reach
@@ -225,6 +235,12 @@ QEL_VEC_SCAN inline bool copyInBlock(const S*& p, const S* end, D*& o, const D* 
     if (special != 0) n = smaller(n, __builtin_ctz(special) / sizeof(S));
     if (n == kLanes) {
         O::template storePlain<S, D>(v, o);
+    } else if (n >= kChunk) {
+        // Chunks of units inside [p, p + n), the last one overlapping the
+        // one before: each unit read is one of the string.
+        std::size_t i = 0;
+        for (; i + kChunk <= n; i += kChunk) copyChunk(p + i, o + i);
+        if (i != n) copyChunk(p + n - kChunk, o + n - kChunk);
     } else {
         for (std::size_t i = 0; i < n; ++i) o[i] = static_cast<D>(p[i]);
     }
