@@ -230,9 +230,11 @@ QEL_VEC_SCAN inline bool copyInBlock(const S*& p, const S* end, D*& o, const D* 
     const S* const b = blockOf<sizeof(V)>(p);
     const std::size_t skip = static_cast<std::size_t>(p - b);
     const V v = loadBlock<V>(b);
-    const std::uint32_t special = specialBits<O, S>(v) >> (skip * sizeof(S));
     std::size_t n = smaller(kLanes - skip, smaller(bytesTo(p, end) / sizeof(S), static_cast<std::size_t>(oEnd - o)));
-    if (special != 0) n = smaller(n, __builtin_ctz(special) / sizeof(S));
+    // Only the lanes of those units: the others may hold anything.
+    const std::uint32_t special =
+        (specialBits<O, S>(v) >> (skip * sizeof(S))) & static_cast<std::uint32_t>((std::uint64_t{1} << (n * sizeof(S))) - 1);
+    if (special != 0) n = __builtin_ctz(special) / sizeof(S);
     if (n == kLanes) {
         O::template storePlain<S, D>(v, o);
     } else if (n >= kChunk) {
