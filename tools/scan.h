@@ -1,13 +1,17 @@
 // scan.h - what qelconv needs to know about text beyond the library's
 // conversions: fast unit searches, where a block may be cut so that block-wise
 // conversion equals whole-input conversion, and a walker that finds the first
-// ill-formed character and its line and column.
+// ill-formed character and its line and column. Control sequences are
+// recognised, and characters decoded, by the library's own rules.
 //
 // Units are in machine order here. UTF-8 text is handled as unsigned bytes.
 #ifndef QELCONV_SCAN_H
 #define QELCONV_SCAN_H
 
 #include <qel/qelchars.h>
+
+#include "common/sequence.h"
+#include "core/rules.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -16,9 +20,11 @@
 
 namespace qelconv {
 
-using U8 = unsigned char;
-using U16 = char16_t;
-using U32 = unsigned int;
+using U8 = qel::u8;
+using U16 = qel::u16;
+using U32 = qel::u32;
+namespace rules = qel::rules;
+namespace seq = qel::seq;
 
 // How an embedded control sequence is spelled in the text being scanned, and
 // how UTF-8 is validated.
@@ -30,8 +36,8 @@ enum class Form {
 };
 
 // The longest stretch that the recognition of one sequence can look at,
-// start unit included: 1 + 17 two-byte characters + the end unit.
-constexpr std::size_t kSequenceSpan = 36;
+// start unit included: the start unit, 17 two-byte characters, the end unit.
+constexpr std::size_t kSequenceSpan = 2 + 2 * seq::kMaxContent;
 
 // ---------------------------------------------------------------------------
 // Word-at-a-time unit searches. A 64-bit word holds 8, 4 or 2 lanes; the exact
@@ -123,45 +129,40 @@ std::size_t countChars(const U* p, std::size_t n) {
         std::size_t tails = countLanes(p, n, &i, [](std::uint64_t x) {
             return L::zeroLanes((x & (L::one * kMask)) ^ (L::one * kTail));
         });
-        for (; i < n; ++i) tails += (p[i] & kMask) == kTail;
+        for (; i < n; ++i) tails += sizeof(U) == 1 ? rules::isContinuation(p[i]) : rules::isLowSurrogate(p[i]);
         return n - tails;
     }
 }
 
 // ---------------------------------------------------------------------------
-// Embedded control sequences: 0x01, up to 17 content characters 0x20..0x9F,
-// 0x02. Recognised exactly as the library's converters recognise them.
+// Embedded control sequences, recognised as the library's converters do.
 
 // Length in units of the sequence starting at p[0] (a 0x01), or 0 when none
 // starts there. avail is the number of units readable from p.
 template <class U>
 std::size_t sequenceLength(const U* p, std::size_t avail, Form form) {
-    std::size_t pos = 1;
-    if (form == Form::Standard) {
-        for (unsigned chars = 0; pos < avail && chars < 17; ++chars) {
-            const unsigned b = p[pos];
-            if (b < 0x20 || (b > 0x7F && b < 0xC2) || b >= 0xE0) break;
-            if (b <= 0x7F) {
-                ++pos;
-                continue;
-            }
-            if (pos + 1 >= avail) return 0;  // a lead byte cut by the end
-            const unsigned next = p[pos + 1];
-            if ((next & 0xC0) != 0x80 || (((b & 0x1F) << 6) | (next & 0x3F)) >= 0xA0) {
-                ++pos;  // stop on the byte after the lead (a lone lead before 0x02 counts)
-                break;
-            }
-            pos += 2;
-        }
+    seq::Recognised<U> found;
+    if constexpr (sizeof(U) == 1) {
+        found = form == Form::Standard ? seq::StdUtf8Form::recognise(p, p + avail)
+                                       : seq::RawUtf8Form::recognise(p, p + avail);
     } else {
-        for (unsigned chars = 0; pos < avail && chars < 17 && p[pos] >= 0x20 && p[pos] <= 0x9F; ++chars)
-            ++pos;
+        found = seq::FixedForm<U>::recognise(p, p + avail);
     }
-    return pos < avail && p[pos] == 2 ? pos + 1 : 0;
+    return found.valid ? static_cast<std::size_t>(found.stop - p) + 1 : 0;
 }
 
 // ---------------------------------------------------------------------------
-// Block cutting. p[0..n) is the buffered input, more of which follows. The
+// Block cutting.
+
+// Whether the three bytes at p spell a high (or a low) surrogate, which the
+// surrogate repair joins into one character.
+inline bool isSurrogateHalf(const U8* p, bool high) {
+    U32 cp;
+    return rules::decodeUtf8(p, 3, cp, rules::Utf8Surrogates::Accept) == 3 &&
+           (high ? rules::isHighSurrogate(cp) : rules::isLowSurrogate(cp));
+}
+
+// p[0..n) is the buffered input, more of which follows. The
 // result is the largest cut that ends neither inside a character (nor between
 // two surrogate halves that the repair joins) nor inside, or within the look
 // of, a possible control sequence.
@@ -170,16 +171,16 @@ std::size_t cutPoint(const U* p, std::size_t n, Form form) {
     std::size_t c = n;
     if constexpr (sizeof(U) == 1) {
         std::size_t i = c;
-        while (i > 0 && c - i < 3 && (p[i - 1] & 0xC0) == 0x80) --i;
-        if (i > 0 && p[i - 1] >= 0xC0) {
-            const unsigned lead = p[i - 1];
-            const std::size_t len = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-            if (i - 1 + len > c) c = i - 1;
+        while (i > 0 && c - i < 3 && rules::isContinuation(p[i - 1])) --i;
+        // A byte that leads no character is ill-formed whatever follows it.
+        if (i > 0) {
+            const std::size_t len = static_cast<std::size_t>(rules::utf8LeadLength(p[i - 1]));
+            if (len != 0 && i - 1 + len > c) c = i - 1;
         }
-        if (form == Form::Repair && c >= 3 && p[c - 3] == 0xED && p[c - 2] >= 0xA0 && p[c - 2] <= 0xAF)
+        if (form == Form::Repair && c >= 3 && isSurrogateHalf(p + c - 3, true))
             c -= 3;  // a high half: keep it with the low half that may follow
     } else if constexpr (sizeof(U) == 2) {
-        if (c > 0 && p[c - 1] >= 0xD800 && p[c - 1] <= 0xDBFF) --c;
+        if (c > 0 && rules::isHighSurrogate(p[c - 1])) --c;
     }
     // A 0x01 whose recognition could reach the cut starts the next block; no
     // sequence spans a later 0x01, so the last one in reach is enough.
@@ -208,9 +209,7 @@ std::size_t characterLength(const U* p, std::size_t avail, Form form) {
     if constexpr (sizeof(U) == 1) {
         if (p[0] < 0x80) return 1;
         r = qel_u8clen(reinterpret_cast<const char*>(p), avail);
-        if (r <= 0 && form == Form::Repair && avail >= 6 && p[0] == 0xED && p[1] >= 0xA0 &&
-            p[1] <= 0xAF && (p[2] & 0xC0) == 0x80 && p[3] == 0xED && p[4] >= 0xB0 &&
-            p[4] <= 0xBF && (p[5] & 0xC0) == 0x80)
+        if (r <= 0 && form == Form::Repair && avail >= 6 && isSurrogateHalf(p, true) && isSurrogateHalf(p + 3, false))
             return 6;  // a high half and a low half: one character once repaired
     } else if constexpr (sizeof(U) == 2) {
         r = qel_u16clen(p, avail);

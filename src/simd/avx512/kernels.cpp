@@ -28,8 +28,8 @@
 
 #define QEL_AVX512 \
     __attribute__((target("avx512f,avx512bw,avx512vl,avx512dq,avx512vbmi,avx512vbmi2,bmi,bmi2,lzcnt,popcnt")))
-// The walker kernels may read past a zero unit within its memory page, which
-// the address and thread sanitizers would report.
+// The walker kernels read bytes past a zero unit (in its aligned block, or
+// for convertText its memory page), which these sanitizers would report.
 #define QEL_AVX512_SCAN QEL_AVX512 __attribute__((no_sanitize("address", "thread")))
 
 namespace qel {
@@ -1202,19 +1202,27 @@ QEL_AVX512 void utf32ToUtf16Measure(const u32** pp, const u32* end, unsigned int
 
 // ---- walker kernels ---------------------------------------------------------------
 
-// Units from p that one step may look at: at most a vector, not past `end`
-// when it lies ahead within that reach, and not into the next memory page.
+// A string that `end` does not bound is known only up to its first zero
+// unit, so the walker kernels read only inside the naturally aligned blocks
+// of 64 bytes that hold a unit of the string: the block of p, and the next
+// one only once no zero unit (nor `end`) has come up before it. Such a block
+// never leaves the memory page of a unit that exists. Masked loads read part
+// of a block; whole loads, the bytes of which past the zero unit are never
+// looked at, are left alone by the address and thread sanitizers, which
+// check bytes and not blocks.
+
+// Units from p that one step may look at: those of p's block, not past `end`
+// when it lies ahead.
 template <class U>
 inline std::size_t stepUnits(const U* p, const U* end) {
-    constexpr std::size_t kLanes = 64 / sizeof(U);
     const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
     const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
-    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
-    return smaller(kLanes, smaller(ahead, inPage));
+    const std::size_t inBlock = (64 - (at & 63)) / sizeof(U);
+    return smaller(ahead, inBlock);
 }
 
 template <class U>
-QEL_AVX512_SCAN inline V loadUnits(const U* p, std::size_t n) {
+QEL_AVX512 inline V loadUnits(const U* p, std::size_t n) {
     if constexpr (sizeof(U) == 1) return _mm512_maskz_loadu_epi8(low64(n), p);
     else if constexpr (sizeof(U) == 2) return _mm512_maskz_loadu_epi16(low32(n), p);
     else return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(low16(n)), p);
@@ -1245,82 +1253,58 @@ inline bool misaligned(const U* p) {
     return (reinterpret_cast<std::uintptr_t>(p) % sizeof(U)) != 0;
 }
 
-// Whole vectors from p that lie before both `end` (when it lies ahead) and
-// the end of p's memory page.
+// Whole blocks from p (which starts one) that lie before `end`; without
+// bound when `end` does not lie ahead.
 template <class U>
-inline std::size_t wholeVectors(const U* p, const U* end) {
-    constexpr std::size_t kLanes = 64 / sizeof(U);
-    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
-    const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
-    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
-    return smaller(ahead, inPage) / kLanes;
+inline std::size_t wholeBlocks(const U* p, const U* end) {
+    return (reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(p)) / 64;
 }
 
+inline bool startsBlock(const void* p) { return (reinterpret_cast<std::uintptr_t>(p) & 63) == 0; }
+
+// A whole aligned block (see above).
 template <class U>
-QEL_AVX512_SCAN inline V loadVector(const U* p) {
-    return _mm512_loadu_si512(p);
+QEL_AVX512_SCAN inline V loadBlock(const U* p) {
+    return _mm512_load_si512(p);
 }
 
-// Whether any lane of four vectors holds 0 or 0x01 (kSpecial: anything but
+// The lanes of a whole block that hold 0 or 0x01 (kSpecial: anything but
 // 0x02..0x7F).
 template <class U, bool kSpecial>
-QEL_AVX512 inline bool anyLanes(V w0, V w1, V w2, V w3) {
-    if constexpr (sizeof(U) == 1) {
-        if (kSpecial) {
-            const V two = b8<2>();
-            const V top = _mm512_max_epu8(_mm512_max_epu8(_mm512_sub_epi8(w0, two), _mm512_sub_epi8(w1, two)),
-                                          _mm512_max_epu8(_mm512_sub_epi8(w2, two), _mm512_sub_epi8(w3, two)));
-            return _mm512_cmpge_epu8_mask(top, b8<0x7E>()) != 0;
-        }
-        const V least = _mm512_min_epu8(_mm512_min_epu8(w0, w1), _mm512_min_epu8(w2, w3));
-        return _mm512_cmple_epu8_mask(least, b8<1>()) != 0;
-    } else if constexpr (sizeof(U) == 2) {
-        if (kSpecial) {
-            const V two = b16<2>();
-            const V top = _mm512_max_epu16(_mm512_max_epu16(_mm512_sub_epi16(w0, two), _mm512_sub_epi16(w1, two)),
-                                           _mm512_max_epu16(_mm512_sub_epi16(w2, two), _mm512_sub_epi16(w3, two)));
-            return _mm512_cmpge_epu16_mask(top, b16<0x7E>()) != 0;
-        }
-        const V least = _mm512_min_epu16(_mm512_min_epu16(w0, w1), _mm512_min_epu16(w2, w3));
-        return _mm512_cmple_epu16_mask(least, b16<1>()) != 0;
-    } else {
-        if (kSpecial) {
-            const V two = b32<2>();
-            const V top = _mm512_max_epu32(_mm512_max_epu32(_mm512_sub_epi32(w0, two), _mm512_sub_epi32(w1, two)),
-                                           _mm512_max_epu32(_mm512_sub_epi32(w2, two), _mm512_sub_epi32(w3, two)));
-            return _mm512_cmpge_epu32_mask(top, b32<0x7E>()) != 0;
-        }
-        const V least = _mm512_min_epu32(_mm512_min_epu32(w0, w1), _mm512_min_epu32(w2, w3));
-        return _mm512_cmple_epu32_mask(least, b32<1>()) != 0;
-    }
+QEL_AVX512 inline std::uint64_t hitLanes(V v) {
+    constexpr std::size_t kLanes = 64 / sizeof(U);
+    // A byte is special exactly when it is below 2 as a signed byte.
+    if constexpr (kSpecial && sizeof(U) == 1) return _mm512_cmplt_epi8_mask(v, b8<2>());
+    else return kSpecial ? specialLanes<U>(v, kLanes) : stopLanes<U>(v, kLanes);
 }
 
-// The first lane of `hits` among the units from p, by whole vectors and then
-// by one masked step, repeated page by page.
+// The first lane of `hits` among the units from p: a masked step to the end
+// of p's block, then whole blocks, each read once the one before held none.
 template <class U, bool kSpecial>
 QEL_AVX512_SCAN inline const U* scan(const U* p, const U* end) {
     constexpr std::size_t kLanes = 64 / sizeof(U);
     for (;;) {
-        // A masked step first: a short string needs no other.
         const std::size_t n = stepUnits(p, end);
         if (n == 0) return p;
         const V v = loadUnits(p, n);
-        const std::uint64_t hit = kSpecial ? specialLanes<U>(v, n) : stopLanes<U>(v, n);
+        std::uint64_t hit = kSpecial ? specialLanes<U>(v, n) : stopLanes<U>(v, n);
         if (hit != 0) return p + _tzcnt_u64(hit);
         p += n;
-        std::size_t k = wholeVectors(p, end);
-        // Four vectors at a time while nothing is found in them.
-        for (; k >= 4; k -= 4) {
-            const V w0 = loadVector(p), w1 = loadVector(p + kLanes);
-            const V w2 = loadVector(p + 2 * kLanes), w3 = loadVector(p + 3 * kLanes);
-            if (anyLanes<U, kSpecial>(w0, w1, w2, w3)) break;
-            p += 4 * kLanes;
+        if (!startsBlock(p)) return p;  // at `end`
+        std::size_t k = wholeBlocks(p, end);
+        for (; k >= 4; k -= 4, p += 4 * kLanes) {
+            hit = hitLanes<U, kSpecial>(loadBlock(p));
+            if (hit != 0) return p + _tzcnt_u64(hit);
+            hit = hitLanes<U, kSpecial>(loadBlock(p + kLanes));
+            if (hit != 0) return p + kLanes + _tzcnt_u64(hit);
+            hit = hitLanes<U, kSpecial>(loadBlock(p + 2 * kLanes));
+            if (hit != 0) return p + 2 * kLanes + _tzcnt_u64(hit);
+            hit = hitLanes<U, kSpecial>(loadBlock(p + 3 * kLanes));
+            if (hit != 0) return p + 3 * kLanes + _tzcnt_u64(hit);
         }
-        for (; k > 0; --k) {
-            const V w = loadVector(p);
-            const std::uint64_t found = kSpecial ? specialLanes<U>(w, kLanes) : stopLanes<U>(w, kLanes);
-            if (found != 0) return p + _tzcnt_u64(found);
-            p += kLanes;
+        for (; k > 0; --k, p += kLanes) {
+            hit = hitLanes<U, kSpecial>(loadBlock(p));
+            if (hit != 0) return p + _tzcnt_u64(hit);
         }
     }
 }
@@ -1381,10 +1365,10 @@ QEL_AVX512_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd
             storePlain<S, D>(v, k, o);
             p += k;
             o += k;
-            if (k < n) break;
-            std::size_t whole = smaller(wholeVectors(p, end), static_cast<std::size_t>(oEnd - o) / kLanes);
+            if (k < n || !startsBlock(p)) break;
+            std::size_t whole = smaller(wholeBlocks(p, end), static_cast<std::size_t>(oEnd - o) / kLanes);
             for (; whole > 0; --whole) {
-                const V w = loadVector(p);
+                const V w = loadBlock(p);
                 if (specialLanes<S>(w, kLanes) != 0) break;
                 storePlain<S, D>(w, kLanes, o);
                 p += kLanes;
@@ -1584,6 +1568,36 @@ QEL_AVX512 inline std::uint64_t nonAsciiLanes(V v, std::size_t n) {
     else return _mm512_mask_cmpge_epu32_mask(static_cast<__mmask16>(low16(n)), v, b32<0x80>());
 }
 
+// convertText still reads whole vectors within the memory page of a unit
+// that exists, past a zero unit too: the units it may look at from p in one
+// step, and the whole vectors from p before the page's end and `end`.
+template <class U>
+inline std::size_t pageStepUnits(const U* p, const U* end) {
+    constexpr std::size_t kLanes = 64 / sizeof(U);
+    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
+    const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
+    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
+    return smaller(kLanes, smaller(ahead, inPage));
+}
+template <class U>
+inline std::size_t wholeVectors(const U* p, const U* end) {
+    constexpr std::size_t kLanes = 64 / sizeof(U);
+    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
+    const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
+    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
+    return smaller(ahead, inPage) / kLanes;
+}
+template <class U>
+QEL_AVX512_SCAN inline V loadVector(const U* p) {
+    return _mm512_loadu_si512(p);
+}
+template <class U>
+QEL_AVX512_SCAN inline V loadPageUnits(const U* p, std::size_t n) {
+    if constexpr (sizeof(U) == 1) return _mm512_maskz_loadu_epi8(low64(n), p);
+    else if constexpr (sizeof(U) == 2) return _mm512_maskz_loadu_epi16(low32(n), p);
+    else return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(low16(n)), p);
+}
+
 // convertText: steps over the units from p, each within p's memory page,
 // before `end`, before the first zero unit or 0x01 and within the output
 // room, taken by the pair's Step. Within a span of whole vectors that lies
@@ -1637,9 +1651,9 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
         step.settle(p, otherStep, otherMask);
         if (!more) break;
         // One masked step: up to a zero unit or 0x01, the page's end or `end`.
-        std::size_t n = smaller(stepUnits(p, end), smaller(room, static_cast<std::size_t>(oEnd - o) / Step::kPerUnit));
+        std::size_t n = smaller(pageStepUnits(p, end), smaller(room, static_cast<std::size_t>(oEnd - o) / Step::kPerUnit));
         if (n == 0) break;
-        V v = loadUnits(p, n);
+        V v = loadPageUnits(p, n);
         std::uint64_t stop = stopLanes<S>(v, n);
         const std::size_t ahead =
             (reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(p)) / sizeof(S);
@@ -1649,7 +1663,7 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
             // goes on into the next page, so a whole step may be read (a
             // character may straddle the two pages).
             n = smaller(smaller(kLanes, roomNow), ahead);
-            v = loadUnits(p, n);
+            v = loadPageUnits(p, n);
             stop = stopLanes<S>(v, n);
         }
         if (stop != 0) {

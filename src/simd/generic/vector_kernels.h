@@ -1,15 +1,15 @@
 // The SSE2 and AVX2 kernels, written once over the operations of one
-// instruction set: the walkers' scans and plain-unit copies in whole vectors,
-// finishing each memory page unit by unit, and the cores' stretches of ASCII
+// instruction set: the walkers' scans and plain-unit copies in aligned
+// vectors, and the cores' stretches of ASCII
 // in every pair, and of the BMP without surrogates between UTF-16 and UTF-32,
 // leaving every other character to the per-character code.
 //
 // The file of each set defines, before it includes this header,
 //   QEL_VEC_TARGET  the target attribute of the set, which every function
 //                   here carries, as they all work on its vectors, and
-//   QEL_VEC_SCAN    QEL_VEC_TARGET for the functions that read whole blocks
-//                   of a string, which may go past a zero unit within its
-//                   memory page and so are left alone by the address and
+//   QEL_VEC_SCAN    QEL_VEC_TARGET for the functions that read aligned
+//                   blocks of a string ended by a zero unit, which may hold
+//                   bytes past it, and so are left alone by the address and
 //                   thread sanitizers,
 // then defines its operations type and builds its table with
 // makeKernels<Ops>(). Everything here lies in an unnamed namespace, so that
@@ -68,8 +68,13 @@ struct Unaligned {
 } __attribute__((packed, may_alias));
 
 template <class V, class T>
-QEL_VEC_SCAN inline V load(const T* p) {
+QEL_VEC_TARGET inline V load(const T* p) {
     return reinterpret_cast<const Unaligned<V>*>(p)->v;
+}
+// An aligned block of a string ended by a zero unit (see the walker kernels).
+template <class V, class T>
+QEL_VEC_SCAN inline V loadBlock(const T* p) {
+    return *reinterpret_cast<const V*>(p);
 }
 template <class T, class V>
 QEL_VEC_TARGET inline void store(T* p, V v) {
@@ -118,17 +123,32 @@ inline bool misaligned(const U* p) {
     return (reinterpret_cast<std::uintptr_t>(p) % sizeof(U)) != 0;
 }
 
-// The units from p before both `end` (when it lies ahead) and the end of p's
-// memory page.
-template <class U>
-inline std::size_t unitsAhead(const U* p, const U* end) {
-    const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(p);
-    const std::size_t ahead = (reinterpret_cast<std::uintptr_t>(end) - at) / sizeof(U);
-    const std::size_t inPage = (4096 - (at & 4095)) / sizeof(U);
-    return smaller(ahead, inPage);
+// The naturally aligned block of kBytes bytes that holds p.
+template <std::size_t kBytes, class U>
+inline const U* blockOf(const U* p) {
+    return reinterpret_cast<const U*>(reinterpret_cast<std::uintptr_t>(p) & ~std::uintptr_t{kBytes - 1});
+}
+
+// p itself when it starts a block, else the start of the next block.
+template <std::size_t kBytes, class U>
+inline const U* blockAfter(const U* p) {
+    return p + (kBytes - reinterpret_cast<std::uintptr_t>(p) % kBytes) % kBytes / sizeof(U);
+}
+
+// Bytes from b to `end`: beyond any string when `end` does not lie ahead.
+inline std::size_t bytesTo(const void* b, const void* end) {
+    return reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(b);
 }
 
 // ---- walker kernels --------------------------------------------------------------------
+//
+// A string that `end` does not bound is known only up to its first zero
+// unit, so the walker kernels read whole aligned blocks, each holding a unit
+// of the string: the block of p, and the next one only while no zero unit
+// (nor `end`) has come up. Such a block never leaves the memory page of a
+// unit that exists, and the bytes it holds past the zero unit are never
+// looked at; the address and thread sanitizers, which check bytes and not
+// blocks, would still report them.
 
 template <class U, bool kSpecial>
 inline bool isHit(U u) {
@@ -145,29 +165,39 @@ template <class O, class U, bool kSpecial>
 QEL_VEC_SCAN const U* scan(const U* p, const U* end) {
     using V = typename O::V;
     constexpr std::size_t kLanes = sizeof(V) / sizeof(U);
+    if (p == end) return p;
     if (misaligned(p)) {
         while (p != end && !isHit<U, kSpecial>(*p)) ++p;
         return p;
     }
-    for (;;) {
-        const std::size_t units = unitsAhead(p, end);
-        std::size_t k = units / kLanes;
-        for (; k >= 2; k -= 2) {
-            const std::uint32_t hit =
-                hitBits<O, U, kSpecial>(load<V>(p)) | hitBits<O, U, kSpecial>(load<V>(p + kLanes));
-            if (hit != 0) break;
-            p += 2 * kLanes;
-        }
-        for (; k > 0; --k) {
-            const std::uint32_t hit = hitBits<O, U, kSpecial>(load<V>(p));
-            if (hit != 0) return p + __builtin_ctz(hit) / sizeof(U);
-            p += kLanes;
-        }
-        // The units before the page's end or `end`, one at a time.
-        for (std::size_t t = units % kLanes; t > 0; --t, ++p)
-            if (isHit<U, kSpecial>(*p)) return p;
-        if (p == end || units == 0) return p;
+    const U* b = blockOf<sizeof(V)>(p);
+    const std::size_t before = reinterpret_cast<std::uintptr_t>(p) % sizeof(V);
+    std::size_t ahead = bytesTo(p, end);
+    ahead = ahead > SIZE_MAX - before ? SIZE_MAX : ahead + before;
+    // The lanes before p do not count, nor those from `end` on.
+    std::uint32_t hit = hitBits<O, U, kSpecial>(loadBlock<V>(b)) & (~0u << before);
+    if (ahead < sizeof(V)) hit |= 1u << ahead;
+    if (hit != 0) return b + __builtin_ctz(hit) / sizeof(U);
+    b += kLanes;
+    // Whole blocks before `end`, each read only once the one before it held
+    // no zero unit.
+    std::size_t blocks = ahead / sizeof(V) - 1;
+    for (; blocks >= 2; blocks -= 2, b += 2 * kLanes) {
+        hit = hitBits<O, U, kSpecial>(loadBlock<V>(b));
+        if (hit != 0) return b + __builtin_ctz(hit) / sizeof(U);
+        hit = hitBits<O, U, kSpecial>(loadBlock<V>(b + kLanes));
+        if (hit != 0) return b + kLanes + __builtin_ctz(hit) / sizeof(U);
     }
+    if (blocks != 0) {
+        hit = hitBits<O, U, kSpecial>(loadBlock<V>(b));
+        if (hit != 0) return b + __builtin_ctz(hit) / sizeof(U);
+        b += kLanes;
+    }
+    // The block that `end` lies in, when it holds a unit before it.
+    const std::size_t rest = ahead % sizeof(V);
+    if (rest == 0) return b;
+    hit = hitBits<O, U, kSpecial>(loadBlock<V>(b)) | 1u << rest;
+    return b + __builtin_ctz(hit) / sizeof(U);
 }
 
 template <class O, class U>
@@ -179,33 +209,71 @@ QEL_VEC_SCAN const U* findSpecial(const U* p, const U* end) noexcept {
     return scan<O, U, true>(p, end);
 }
 
+// Copies kChunk plain units from p to o.
+constexpr std::size_t kChunk = 8;
+template <class S, class D>
+QEL_VEC_TARGET inline void copyChunk(const S* p, D* o) {
+    Lanes<kChunk * sizeof(S), S> in;
+    __builtin_memcpy(&in, p, sizeof in);
+    const auto out = __builtin_convertvector(in, Lanes<kChunk * sizeof(D), D>);
+    __builtin_memcpy(o, &out, sizeof out);
+}
+
+// Copies the plain units from p that lie in p's aligned block, before `end`
+// and within the output room: by one store when they are the whole block,
+// else one by one (they are known to be plain). Returns whether they reach
+// the block's end.
+template <class O, class S, class D>
+QEL_VEC_SCAN inline bool copyInBlock(const S*& p, const S* end, D*& o, const D* oEnd) {
+    using V = typename O::V;
+    constexpr std::size_t kLanes = sizeof(V) / sizeof(S);
+    const S* const b = blockOf<sizeof(V)>(p);
+    const std::size_t skip = static_cast<std::size_t>(p - b);
+    const V v = loadBlock<V>(b);
+    std::size_t n = smaller(kLanes - skip, smaller(bytesTo(p, end) / sizeof(S), static_cast<std::size_t>(oEnd - o)));
+    // Only the lanes of those units: the others may hold anything.
+    const std::uint32_t special =
+        (specialBits<O, S>(v) >> (skip * sizeof(S))) & static_cast<std::uint32_t>((std::uint64_t{1} << (n * sizeof(S))) - 1);
+    if (special != 0) n = __builtin_ctz(special) / sizeof(S);
+    if (n == kLanes) {
+        O::template storePlain<S, D>(v, o);
+    } else if (n >= kChunk) {
+        // Chunks of units inside [p, p + n), the last one overlapping the
+        // one before: each unit read is one of the string.
+        std::size_t i = 0;
+        for (; i + kChunk <= n; i += kChunk) copyChunk(p + i, o + i);
+        if (i != n) copyChunk(p + n - kChunk, o + n - kChunk);
+    } else {
+        for (std::size_t i = 0; i < n; ++i) o[i] = static_cast<D>(p[i]);
+    }
+    p += n;
+    o += n;
+    return p == b + kLanes;
+}
+
 template <class O, class S, class D>
 QEL_VEC_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd) noexcept {
     using V = typename O::V;
     constexpr std::size_t kLanes = sizeof(V) / sizeof(S);
     const S* p = *pp;
     D* o = *oo;
-    for (;;) {
-        std::size_t k = misaligned(p) ? 0 : smaller(unitsAhead(p, end), static_cast<std::size_t>(oEnd - o)) / kLanes;
-        for (; k > 0; --k) {
-            const V v = load<V>(p);
+    if (misaligned(p)) {
+        for (; p != end && o != oEnd && static_cast<u32>(*p) - 2u < 0x7Eu; ++p) *o++ = static_cast<D>(*p);
+    } else if (p != end && o != oEnd && (blockOf<sizeof(V)>(p) == p || copyInBlock<O>(p, end, o, oEnd))) {
+        // The block of p (from p), then whole blocks while they lie before
+        // `end` and the output's end, then what the next block holds.
+        std::size_t blocks = smaller(bytesTo(p, end) / sizeof(V), static_cast<std::size_t>(oEnd - o) / kLanes);
+        for (; blocks > 0; --blocks) {
+            const V v = loadBlock<V>(p);
             if (specialBits<O, S>(v) != 0) break;
             O::template storePlain<S, D>(v, o);
             p += kLanes;
             o += kLanes;
         }
-        // Unit by unit: the units before a unit that is not plain, and up to
-        // the next memory page, `end` or the end of the output.
-        for (std::size_t t = 0; t < kLanes; ++t) {
-            if (p == end || o == oEnd || static_cast<u32>(*p) - 2u >= 0x7Eu) {
-                *pp = p;
-                *oo = o;
-                return;
-            }
-            *o++ = static_cast<D>(*p++);
-            if ((reinterpret_cast<std::uintptr_t>(p) & 4095) == 0) break;
-        }
+        if (p != end && o != oEnd) copyInBlock<O>(p, end, o, oEnd);
     }
+    *pp = p;
+    *oo = o;
 }
 
 // ---- core kernels ----------------------------------------------------------------------

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #define QEL_VEC_TARGET __attribute__((target("sse2")))
+// Aligned blocks of a string ended by a zero unit may hold bytes past it.
 #define QEL_VEC_SCAN QEL_VEC_TARGET __attribute__((no_sanitize("address", "thread")))
 
 #include "simd/generic/vector_kernels.h"
