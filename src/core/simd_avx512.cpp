@@ -1723,7 +1723,6 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
                 }
                 wide.missed(p, sizeof *p);
             }
-            if (static_cast<std::size_t>(oEnd - o) < kStepRoom) break;
             // A unit beyond the step lies in the span too.
             const bool ahead = static_cast<std::size_t>(spanEnd - p) > kLanes;
             if (!ahead) {
@@ -1732,6 +1731,10 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
             }
             const V v = loadVector(p);
             if (stopLanes<S>(v, kLanes) != 0) break;
+            // Near the output's end, a whole step only when its output fits
+            // (a pair that it completes from the next step counted in full).
+            const std::size_t room = static_cast<std::size_t>(oEnd - o);
+            if (room < kStepRoom && Step::costs(v, kLanes).below(kLanes) > room) break;
             const std::size_t took = step.take(p, v, kLanes, o, more, ahead);
             if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
                 otherStep = p;
