@@ -110,11 +110,18 @@ void checkText(const qelref::Units& units, const std::vector<const simd::Kernels
     const std::size_t n = text.size() - 1;
     std::size_t stop = 0;
     while (stop < n && static_cast<std::uint32_t>(begin[stop]) > 1) ++stop;
+    // What the text before the stop makes, up to its first fault: rooms
+    // around it cut the kernel's last step.
+    std::vector<D> all(4 * n + 4);
+    const S* f = begin;
+    D* fo = all.data();
+    core::convertFill<P>(&fo, all.data() + all.size(), &f, begin + stop, core::NoBulk<P>());
+    const std::size_t made = static_cast<std::size_t>(fo - all.data());
     for (const simd::Kernels* k : sets) {
         const auto kernel = simd::convertText<S, D>(*k);
         if (kernel == nullptr) continue;
         for (const S* end : {static_cast<const S*>(nullptr), begin + n / 2, begin + n}) {
-            for (std::size_t room : {n / 3, 4 * n + 4}) {
+            for (std::size_t room : {n / 3, made > 0 ? made - 1 : 0, made, 4 * n + 4}) {
                 std::vector<D> out(room + 1, static_cast<D>(0x5A));
                 const S* p = begin;
                 D* o = out.data();

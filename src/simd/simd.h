@@ -8,7 +8,8 @@
 // while they can, the way the per-character code of the cores would, and
 // stop before anything else. They always leave at least one input unit and at
 // least one unit of output room, so that the per-character code makes the
-// last step of a run and every decision at its edges.
+// last step of a run and every decision at its edges; the room is judged by
+// the output of the characters themselves, not by the most a unit can make.
 //
 //   convert(p, end, o, outEnd, last)  writes the characters taken at *o
 //   measure(p, end, n, last)          adds their output units to *n
@@ -88,8 +89,10 @@ using CopyPlain = void (*)(const S** p, const S* end, D** o, const D* oEnd) noex
 // convertText(p, end, o, oEnd, lastOther): a walker kernel that converts
 // whole, well-formed characters from *p to *o, stopping before a zero unit,
 // 0x01, a character it does not convert (an ill-formed one above all), `end`,
-// or a character that would not end before oEnd. When it took a unit from
-// 0x80, *lastOther receives the position just past the last such unit.
+// or the first character whose output would pass oEnd: every character
+// before it whose output fits is taken, so that an output of exactly the
+// text's size is filled. When it took a unit from 0x80, *lastOther receives
+// the position just past the last such unit.
 template <class S, class D>
 using ConvertText = void (*)(const S** p, const S* end, D** o, const D* oEnd, const S** lastOther) noexcept;
 

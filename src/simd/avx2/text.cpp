@@ -134,6 +134,20 @@ struct Checked {
     bool pairs = false;   // UTF-16: the blocks held surrogates
 };
 
+// The most positions k of a block, at most `upTo`, whose lanes below k cost
+// at most `room` by `cost` (which grows with k), where the lanes below upTo
+// do not all fit.
+template <class Cost>
+QEL_AVX2 inline unsigned fitPositions(unsigned upTo, std::size_t room, Cost cost) {
+    unsigned lo = 0, hi = upTo;  // lo fits, hi does not
+    while (hi - lo > 1) {
+        const unsigned mid = (lo + hi) / 2;
+        if (cost(mid) <= room) lo = mid;
+        else hi = mid;
+    }
+    return lo;
+}
+
 // ---- UTF-8 -> UTF-16 and UTF-32 ---------------------------------------------------
 
 // Lookup tables of the UTF-8 check, one bit per kind of fault in a pair of
@@ -203,13 +217,14 @@ QEL_AVX2 inline Utf8Checks checkUtf8(V cur, V prev) {
 }
 
 // Checks whole blocks of 32 bytes from `from` (a character boundary) while
-// they lie before `limit`, at most `blocks` of them. It ends at the first
-// block that holds anything else than whole, well-formed characters, before
-// the character at fault (or earlier), or else after the last character
-// that ends in the last block. Units are counted in UTF-16 (kUtf16) or
-// UTF-32.
+// they lie before `limit`, at most `blocks` of them, and their characters'
+// units at most `room`. It ends at the first block that holds anything else
+// than whole, well-formed characters, before the character at fault (or
+// earlier), or before the first character whose units would not fit, or
+// else after the last character that ends in the last block. Units are
+// counted in UTF-16 (kUtf16) or UTF-32.
 template <bool kUtf16>
-QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, std::size_t blocks) {
+QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, std::size_t room, std::size_t blocks) {
     const u8* b = from;
     V prev = _mm256_setzero_si256();
     std::size_t units = 0;  // those of the blocks' lead bytes, that of a character not yet ended included
@@ -221,24 +236,35 @@ QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, st
         const std::uint32_t other = bytesOf(cur);
         const Utf8Checks c = checkUtf8(cur, prev);
         const std::uint32_t leads = ~c.cont;
+        // The units of the characters of this block that start before
+        // position k (the one that goes on from the block before is counted).
+        const auto unitsBefore = [&](unsigned k) {
+            return units + ones(leads & lowBits(k)) + (kUtf16 ? ones(c.four & lowBits(k)) : 0);
+        };
+        // The characters up to position `upTo` (before a lead byte), or as
+        // many of them as fit; ends the stretch.
+        const auto endAt = [&](unsigned upTo) -> Checked<u8> {
+            if (units > room) return {b - open, units - openUnits, lastOther, true};
+            if (unitsBefore(upTo) > room) upTo = fitPositions(upTo, room, unitsBefore);
+            const std::uint32_t taken = other & lowBits(upTo);
+            return {b + upTo, unitsBefore(upTo), taken != 0 ? b + highestBit(taken) : lastOther, true};
+        };
         if (c.bad != 0) {
             // The characters end before the last lead byte before the fault
             // (which may leave out a good character before it), or before
             // the character that goes on from the block before.
             const std::uint32_t before = leads & lowBits(lowestBit(c.bad));
             if (before == 0) return {b - open, units - openUnits, lastOther, true};
-            const unsigned cut = highestBit(before);
-            const std::uint32_t taken = other & lowBits(cut);
-            if (taken != 0) lastOther = b + highestBit(taken);
-            units += ones(leads & lowBits(cut)) + (kUtf16 ? ones(c.four & lowBits(cut)) : 0);
-            return {b + cut, units, lastOther, true};
+            return endAt(highestBit(before));
         }
-        units += ones(leads) + (kUtf16 ? ones(c.four) : 0);
         // A character goes on when a lead byte stands last, one of three or
         // four bytes last but one, or one of four last but two (in a block
         // without faults at most one of these).
         const unsigned from2 = (other & leads) >> 31, from3 = (c.from3 >> 30) & 1u, from4 = (c.four >> 29) & 1u;
-        open = from2 + 2 * from3 + 3 * from4;
+        const unsigned goesOn = from2 + 2 * from3 + 3 * from4;
+        if (unitsBefore(32 - goesOn) > room) return endAt(32 - goesOn);
+        units += ones(leads) + (kUtf16 ? ones(c.four) : 0);
+        open = goesOn;
         openUnits = (from2 | from3 | from4) + (kUtf16 && (c.four >> 29) != 0 ? 1 : 0);
         const std::uint32_t taken = other & lowBits(32 - open);
         if (taken != 0) lastOther = b + highestBit(taken);
@@ -363,29 +389,30 @@ template <class D>
 QEL_AVX2 void utf8Convert(const u8** pp, const u8* end, D** oo, const D* outEnd, SlowChar* last) {
     const u8* p = *pp;
     D* o = *oo;
-    // Output units never outnumber input bytes.
-    const u8* const limit =
-        p + smaller(static_cast<std::size_t>(end - p) - 1, static_cast<std::size_t>(outEnd - o) - 1);
+    const u8* const limit = end - 1;
+    std::size_t room = static_cast<std::size_t>(outEnd - o) - 1;  // from `filled` on
     const u8* checked = p;  // the characters from p to here are checked
     D* filled = o;          // and their output ends here
     const u8* lastOther = nullptr;
     for (;;) {
         if (p == checked) {
             // Whole blocks of ASCII in one pass.
-            while (limit - p >= 32) {
+            while (limit - p >= 32 && room >= 32) {
                 const V in = load256(p);
                 if (bytesOf(in) != 0) break;
                 widen32(in, o);
                 p += 32;
                 o += 32;
+                room -= 32;
             }
             checked = p;
             filled = o;
         }
-        const Checked<u8> c = checkUtf8Stretch<sizeof(D) == 2>(checked, limit, kBlocksPerStretch);
+        const Checked<u8> c = checkUtf8Stretch<sizeof(D) == 2>(checked, limit, room, kBlocksPerStretch);
         if (c.lastOther != nullptr) lastOther = c.lastOther;
         checked = c.end;
         filled += c.units;
+        room -= c.units;
         // A step reads three bytes past its 16 and writes 16 units. Where
         // the steps end, p moves on past the character that they took last.
         if (checked - p >= 19 && filled - o >= 16) {
@@ -413,7 +440,7 @@ QEL_AVX2 void utf8Convert(const u8** pp, const u8* end, D** oo, const D* outEnd,
 
 template <bool kUtf16>
 QEL_AVX2 void utf8Measure(const u8** pp, const u8* end, unsigned int* n, SlowChar* last) {
-    const Checked<u8> c = checkUtf8Stretch<kUtf16>(*pp, end - 1, SIZE_MAX);
+    const Checked<u8> c = checkUtf8Stretch<kUtf16>(*pp, end - 1, SIZE_MAX, SIZE_MAX);
     *n += static_cast<unsigned int>(c.units);
     reportUtf8(c.lastOther, kUtf16, last);
     *pp = c.end;
@@ -455,7 +482,19 @@ QEL_AVX2 inline Checked<S> checkWideStretch(const S* from, const S* limit, std::
             if ((sur | carry) == 0) {
                 // No surrogates: one, two or three bytes a unit.
                 const std::size_t more = kLanes + (ones(from80) + ones(from800)) / 2;
-                if (units + more > room) return done(true);
+                if (units + more > room) {
+                    // The units that fit, and the kernel ends after them.
+                    const auto bytesBefore = [&](unsigned k) {
+                        const std::uint32_t in = lowBits(2 * k);
+                        return units + k + (ones(from80 & in) + ones(from800 & in)) / 2;
+                    };
+                    const unsigned fit = fitPositions(kLanes, room, bytesBefore);
+                    units = bytesBefore(fit);
+                    const std::uint32_t ended = from80 & lowBits(2 * fit);
+                    if (ended != 0) lastOther = b + highestBit(ended) / 2;
+                    b += fit;
+                    return done(true);
+                }
                 units += more;
                 if (from80 != 0) lastOther = b + highestBit(from80) / 2;
                 b += kLanes;
@@ -477,8 +516,23 @@ QEL_AVX2 inline Checked<S> checkWideStretch(const S* from, const S* limit, std::
                 in = ((highBefore >> cut) & 1u) != 0 ? lowBits(cut - 2) : lowBits(cut);
             }
             // Three bytes for each unit from 0x800, but four for a pair.
-            const std::size_t more = (ones(in) + ones(from80 & in) + ones(from800 & in) - ones(sur & in)) / 2;
-            if (units + more > room) return done(true);
+            const auto bytesOfLanes = [&](std::uint32_t lanes) {
+                return (ones(lanes) + ones(from80 & lanes) + ones(from800 & lanes) - ones(sur & lanes)) / 2;
+            };
+            const std::size_t more = bytesOfLanes(in);
+            if (units + more > room) {
+                // The units that fit, and no pair split: the kernel ends
+                // after them.
+                const auto bytesBefore = [&](unsigned k) { return units + bytesOfLanes(in & lowBits(2 * k)); };
+                unsigned fit = fitPositions(ones(in) / 2, room, bytesBefore);
+                if (fit != 0 && ((hi >> (2 * fit - 2)) & 1u) != 0) --fit;
+                if (fit != 0) carry = 0;
+                units = bytesBefore(fit);
+                const std::uint32_t ended = from80 & lowBits(2 * fit);
+                if (ended != 0) lastOther = b + highestBit(ended) / 2;
+                b += fit;
+                return done(true);
+            }
             units += more;
             // The high surrogate that ends the block is not the end of a character.
             const std::uint32_t ended = from80 & in & ~(hi & 0xC0000000u);
@@ -502,7 +556,19 @@ QEL_AVX2 inline Checked<S> checkWideStretch(const S* from, const S* limit, std::
             const std::uint32_t from10000 =
                 bytesOf(_mm256_cmpeq_epi32(_mm256_max_epu32(v, dwords(0x10000)), v)) & in;
             const std::size_t more = lanes + (ones(from80) + ones(from800) + ones(from10000)) / 4;
-            if (units + more > room) return done(true);
+            if (units + more > room) {
+                // The units that fit, and the kernel ends after them.
+                const auto bytesBefore = [&](unsigned k) {
+                    const std::uint32_t before = lowBits(4 * k);
+                    return units + k + (ones(from80 & before) + ones(from800 & before) + ones(from10000 & before)) / 4;
+                };
+                const unsigned fit = fitPositions(lanes, room, bytesBefore);
+                units = bytesBefore(fit);
+                const std::uint32_t ended = from80 & lowBits(4 * fit);
+                if (ended != 0) lastOther = b + highestBit(ended) / 4;
+                b += fit;
+                return done(true);
+            }
             units += more;
             if (from80 != 0) lastOther = b + highestBit(from80) / 4;
             b += lanes;

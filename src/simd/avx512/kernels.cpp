@@ -146,24 +146,30 @@ inline std::size_t groupLanes(std::size_t count, unsigned g, unsigned width) {
     return count > from ? count - from : 0;
 }
 
-// How far a convert kernel may take input from p: to one unit before the
-// end, and no further than leaves one unit of output room when every input
-// unit gives at most `perUnit` output units. Kept for a stretch of steps, so
-// that the size of a step does not wait on the output count of the one
-// before.
-template <class S, class D>
-inline const S* inputLimit(const S* p, const S* end, const D* o, const D* outEnd, std::size_t perUnit) {
-    const std::size_t byRoom = (static_cast<std::size_t>(outEnd - o) - 1) / perUnit;
-    return p + smaller(static_cast<std::size_t>(end - p) - 1, byRoom);
-}
+// A step's output units, each character counted at its first lane: a lane
+// costs as many units as there are masks that hold it, and lanes inside a
+// character cost nothing.
+struct LaneCosts {
+    std::uint64_t m0 = 0, m1 = 0, m2 = 0, m3 = 0;
+    QEL_AVX512 std::size_t below(std::size_t k) const {
+        const std::uint64_t b = low64(k);
+        return static_cast<std::size_t>(_mm_popcnt_u64(m0 & b) + _mm_popcnt_u64(m1 & b) + _mm_popcnt_u64(m2 & b) +
+                                        _mm_popcnt_u64(m3 & b));
+    }
+};
 
-// The units of the next step, at most `lanes`; 0 when the kernel is done.
-// `limit` moves on when more output room was left than it assumed.
-template <class S, class D>
-inline std::size_t stepSize(const S* p, const S*& limit, const S* end, const D* o, const D* outEnd,
-                            std::size_t perUnit, std::size_t lanes) {
-    if (p == limit) limit = inputLimit(p, end, o, outEnd, perUnit);
-    return smaller(lanes, static_cast<std::size_t>(limit - p));
+// The most lanes of the first n whose output fits in `room`: they end before
+// a character's first lane (only such lanes cost anything), so the lanes
+// taken are whole characters. For a step that would not fit as a whole.
+QEL_AVX512 inline std::size_t fitLanes(const LaneCosts& c, std::size_t n, std::size_t room) {
+    if (c.below(n) <= room) return n;
+    std::size_t lo = 0, hi = n;  // lo fits, hi does not
+    while (hi - lo > 1) {
+        const std::size_t mid = (lo + hi) / 2;
+        if (c.below(mid) <= room) lo = mid;
+        else hi = mid;
+    }
+    return lo;
 }
 
 // When a wide step (64 units of one kind) is tried: at once after one that
@@ -541,6 +547,17 @@ inline void lastFastChar(const u8* p, std::uint64_t multi, bool toUtf16, SlowCha
 
 // ---- UTF-8 -> UTF-16 and UTF-32 ---------------------------------------------------
 
+// The output of the first n bytes of `in` (see LaneCosts): one unit per lead
+// byte, two in UTF-16 for a four-byte character.
+template <class D>
+QEL_AVX512 inline LaneCosts utf8Costs(V in, std::size_t n) {
+    const std::uint64_t live = low64(n);
+    LaneCosts c;
+    c.m0 = live & ~_mm512_cmplt_epi8_mask(in, b8<0xC0>());
+    if constexpr (sizeof(D) == 2) c.m1 = _mm512_mask_cmpge_epu8_mask(live, in, b8<0xF0>());
+    return c;
+}
+
 // Widens n (up to 64) ASCII bytes into 16-bit units.
 QEL_AVX512 inline void widenAsciiTo16(V in, std::size_t n, u16* o) {
     _mm512_mask_storeu_epi16(o, low32(n), _mm512_cvtepu8_epi16(half<0>(in)));
@@ -613,14 +630,25 @@ QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditio
                             SlowChar* last) noexcept {
     const u8* p = *pp;
     auto* o = *oo;
-    const u8* limit = p;
     for (;;) {
-        // Output units never outnumber input bytes. The last few bytes before
-        // the limit are left to the per-character code: a step over them
-        // would cost more than it takes.
-        const std::size_t n = stepSize(p, limit, end, o, outEnd, 1, 64);
+        // The last few bytes before the end are left to the per-character
+        // code: a step over them would cost more than it takes.
+        std::size_t n = smaller(64, static_cast<std::size_t>(end - p) - 1);
         if (n < 4) break;
-        const V in = _mm512_maskz_loadu_epi8(low64(n), p);
+        V in = _mm512_maskz_loadu_epi8(low64(n), p);
+        // Output units never outnumber input bytes; where they might not
+        // fit, the step takes the characters that do, and is the last.
+        const std::size_t room = static_cast<std::size_t>(outEnd - o) - 1;
+        bool cut = false;
+        if (n > room) {
+            const std::size_t fits = fitLanes(utf8Costs<std::conditional_t<kToUtf16, u16, u32>>(in, n), n, room);
+            if (fits < n) {
+                if (fits == 0) break;
+                n = fits;
+                in = _mm512_maskz_mov_epi8(low64(n), in);
+                cut = true;
+            }
+        }
         if (_mm512_movepi8_mask(in) == 0) {
             if constexpr (kToUtf16) {
                 widenAsciiTo16(in, n, o);
@@ -629,6 +657,7 @@ QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditio
             }
             p += n;
             o += n;
+            if (cut) break;
             continue;
         }
         const unsigned whole = wholeBytes(p, static_cast<unsigned>(n));
@@ -637,6 +666,7 @@ QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditio
             o += writeFast(fast, o);
             lastFastChar(p, fast.multi, kToUtf16, last);
             p += whole;
+            if (cut) break;
             continue;
         }
         // Nothing whole in the step, or something ill-formed: the general
@@ -653,6 +683,7 @@ QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditio
             break;
         }
         p += whole;
+        if (cut) break;
     }
     *pp = p;
     *oo = o;
@@ -906,6 +937,23 @@ inline std::size_t utf16StepSize(const u16* p, std::size_t n) {
 // 1 when the unit at p is a low surrogate.
 inline std::uint32_t lowSurrogateAt(const u16* p) { return (*p & 0xFC00u) == 0xDC00u ? 1u : 0u; }
 
+// The output of the first n units (see LaneCosts): a low surrogate costs
+// nothing and its high one the whole pair, four bytes or one code point.
+template <class D>
+QEL_AVX512 inline LaneCosts utf16Costs(V units, std::size_t n) {
+    const std::uint32_t live = low32(n);
+    const V top6 = _mm512_and_si512(units, b16<0xFC00>());
+    const std::uint32_t notLow = live & ~_mm512_cmpeq_epi16_mask(top6, b16<0xDC00>());
+    LaneCosts c;
+    c.m0 = notLow;
+    if constexpr (sizeof(D) == 1) {
+        c.m1 = _mm512_mask_cmpge_epu16_mask(notLow, units, b16<0x80>());
+        c.m2 = _mm512_mask_cmpge_epu16_mask(notLow, units, b16<0x800>());
+        c.m3 = _mm512_mask_cmpeq_epi16_mask(live, top6, b16<0xD800>());
+    }
+    return c;
+}
+
 // The loop of the UTF-16 kernels. A step's size is known before its checks,
 // so that steps follow each other without waiting on them; a step that takes
 // less than its size ends the kernel.
@@ -914,15 +962,15 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
                                  SlowChar* last) {
     const u16* p = *pp;
     D* o = kMeasure ? nullptr : *oo;
-    const u16* limit = p;
     WideRetry wide(p);
     unsigned int total = kMeasure ? *count : 0;
     Utf16Seen seen;
     std::uint32_t carried = 0;
     for (;;) {
-        if (!kMeasure && p == limit) limit = inputLimit(p, end, o, outEnd, kPerUnit);
-        const std::size_t ahead = kMeasure ? static_cast<std::size_t>(end - p) - 1 : static_cast<std::size_t>(limit - p);
-        if (ahead >= 64 && wide.due(p)) {
+        const std::size_t ahead = static_cast<std::size_t>(end - p) - 1;
+        // The output room, one unit kept free.
+        const std::size_t room = kMeasure ? SIZE_MAX : static_cast<std::size_t>(outEnd - o) - 1;
+        if (ahead >= 64 && room >= 64 && wide.due(p)) {
             // A wide step over 64 units of one kind: ASCII into UTF-8, or no
             // surrogate into UTF-32.
             const V u0 = _mm512_loadu_si512(p);
@@ -958,7 +1006,7 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
         // A whole step of 32 units whose next unit may be taken too moves on
         // by all its units: a high surrogate in its last lane takes its low
         // half from the next step, which leaves that unit out.
-        const bool whole = ahead > 32;
+        const bool whole = ahead > 32 && room >= 33 * kPerUnit;
         if (!whole && carried != 0) {
             ++p;
             carried = 0;
@@ -968,9 +1016,21 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
             }
             continue;
         }
-        const std::size_t n = whole ? 32 : utf16StepSize(p, ahead);
+        std::size_t n = whole ? 32 : utf16StepSize(p, smaller(32, ahead));
         if (n == 0) break;
-        const V units = _mm512_maskz_loadu_epi16(low32(n), p);
+        V units = _mm512_maskz_loadu_epi16(low32(n), p);
+        // Where the worst case would not fit, the step takes the characters
+        // that do, and is the last.
+        bool cut = false;
+        if (!kMeasure && n * kPerUnit > room) {
+            const std::size_t fits = fitLanes(utf16Costs<D>(units, n), n, room);
+            if (fits < n) {
+                if (fits == 0) break;
+                n = fits;
+                units = _mm512_maskz_mov_epi16(low32(n), units);
+                cut = true;
+            }
+        }
         const Utf16Block blk = checkUtf16(units, n, whole ? lowSurrogateAt(p + 32) << 31 : 0, carried);
         const unsigned taken = blk.taken;
         if constexpr (kMeasure) {
@@ -989,6 +1049,7 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
         }
         carried = whole ? blk.high >> 31 : 0;
         p += n;
+        if (cut) break;
     }
     seen.report(last);
     *pp = p;
@@ -1024,6 +1085,20 @@ QEL_AVX512 inline unsigned checkUtf32(V units, std::size_t n) {
     const __mmask16 above = _mm512_cmplt_epu32_mask(_mm512_sub_epi32(units, b32<0xE000u>()), b32<0x110000u - 0xE000u>());
     const std::uint32_t bad = live & ~(below | above);
     return bad == 0 ? static_cast<unsigned>(n) : static_cast<unsigned>(_tzcnt_u32(bad));
+}
+
+// The output of the first n code points (see LaneCosts).
+template <class D>
+QEL_AVX512 inline LaneCosts utf32Costs(V units, std::size_t n) {
+    const __mmask16 live = static_cast<__mmask16>(low16(n));
+    LaneCosts c;
+    c.m0 = live;
+    c.m1 = _mm512_mask_cmpge_epu32_mask(live, units, b32<0x10000>());
+    if constexpr (sizeof(D) == 1) {
+        c.m2 = _mm512_mask_cmpge_epu32_mask(live, units, b32<0x80>());
+        c.m3 = _mm512_mask_cmpge_epu32_mask(live, units, b32<0x800>());
+    }
+    return c;
 }
 
 // The sizes of the last unit in `slow` (a mask of units) of a step: its size
@@ -1080,12 +1155,12 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
                                  SlowChar* last) {
     const u32* p = *pp;
     D* o = kMeasure ? nullptr : *oo;
-    const u32* limit = p;
     unsigned int total = kMeasure ? *count : 0;
     for (;;) {
-        if (!kMeasure && p == limit) limit = inputLimit(p, end, o, outEnd, kPerUnit);
-        const std::size_t ahead = kMeasure ? static_cast<std::size_t>(end - p) - 1 : static_cast<std::size_t>(limit - p);
-        if (ahead >= 64) {
+        const std::size_t ahead = static_cast<std::size_t>(end - p) - 1;
+        // The output room, one unit kept free.
+        const std::size_t room = kMeasure ? SIZE_MAX : static_cast<std::size_t>(outEnd - o) - 1;
+        if (ahead >= 64 && room >= 64) {
             // A wide step over 64 units of one kind: ASCII into UTF-8, or
             // units below 0xD800 into UTF-16.
             const V u0 = _mm512_loadu_si512(p);
@@ -1132,7 +1207,7 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
                 continue;
             }
         }
-        if (sizeof(D) == 1 && ahead >= 32) {
+        if (sizeof(D) == 1 && ahead >= 32 && room >= 96) {
             // 32 code points of the BMP, narrowed to 16 bits and written
             // as UTF-16 units would be.
             const V u0 = _mm512_loadu_si512(p);
@@ -1157,9 +1232,21 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
                 continue;
             }
         }
-        const std::size_t n = smaller(16, ahead);
+        std::size_t n = smaller(16, ahead);
         if (n == 0) break;
-        const V units = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(low16(n)), p);
+        V units = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(low16(n)), p);
+        // Where the worst case would not fit, the step takes the characters
+        // that do, and is the last.
+        bool cut = false;
+        if (!kMeasure && n * kPerUnit > room) {
+            const std::size_t fits = fitLanes(utf32Costs<D>(units, n), n, room);
+            if (fits < n) {
+                if (fits == 0) break;
+                n = fits;
+                units = _mm512_maskz_mov_epi32(static_cast<__mmask16>(low16(n)), units);
+                cut = true;
+            }
+        }
         const unsigned taken = checkUtf32(units, n);
         if (taken != n) {
             if constexpr (kMeasure) {
@@ -1176,6 +1263,7 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
             o += emitUtf32(units, static_cast<unsigned>(n), o, last);
         }
         p += n;
+        if (cut) break;
     }
     *pp = p;
     if constexpr (kMeasure) {
@@ -1394,6 +1482,7 @@ struct NothingCarried {
 template <class D>
 struct Utf8Text : NothingCarried {
     static constexpr std::size_t kPerUnit = 1;
+    QEL_AVX512 static LaneCosts costs(V in, std::size_t n) { return utf8Costs<D>(in, n); }
     // Inlined into convertText (which it would not be by its size), with the
     // same sanitizer attributes: a sanitized function forced into an
     // unsanitized one leaves its stack marks behind.
@@ -1427,6 +1516,7 @@ struct Utf8Text : NothingCarried {
 template <class D>
 struct Utf16Text {
     static constexpr std::size_t kPerUnit = sizeof(D) == 1 ? 3 : 1;
+    QEL_AVX512 static LaneCosts costs(V units, std::size_t n) { return utf16Costs<D>(units, n); }
     // 1 when the last step wrote a surrogate pair whose low half is the
     // first unit of the next step.
     std::uint32_t carried = 0;
@@ -1480,6 +1570,7 @@ struct Utf16Text {
 template <class D>
 struct Utf32Text : NothingCarried {
     static constexpr std::size_t kPerUnit = sizeof(D) == 1 ? 4 : 2;
+    QEL_AVX512 static LaneCosts costs(V units, std::size_t n) { return utf32Costs<D>(units, n); }
     QEL_AVX512 std::size_t take(const u32* /*p*/, V units, std::size_t n, D*& o, bool& more, bool /*ahead*/) {
         const unsigned taken = checkUtf32(units, n);
         SlowChar ignored;
@@ -1598,14 +1689,27 @@ QEL_AVX512_SCAN inline V loadPageUnits(const U* p, std::size_t n) {
     else return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(low16(n)), p);
 }
 
+// The first n lanes of v, the others zero.
+template <class U>
+QEL_AVX512 inline V keepLanes(V v, std::size_t n) {
+    if constexpr (sizeof(U) == 1) return _mm512_maskz_mov_epi8(low64(n), v);
+    else if constexpr (sizeof(U) == 2) return _mm512_maskz_mov_epi16(low32(n), v);
+    else return _mm512_maskz_mov_epi32(static_cast<__mmask16>(low16(n)), v);
+}
+
 // convertText: steps over the units from p, each within p's memory page,
 // before `end`, before the first zero unit or 0x01 and within the output
 // room, taken by the pair's Step. Within a span of whole vectors that lies
-// before the page's end, `end` and the room's limit, steps load whole
-// vectors and their sizes do not wait on the page arithmetic.
+// before the page's end and `end`, steps load whole vectors and their sizes
+// do not wait on the page arithmetic, while the room holds the worst case of
+// a step; nearer the output's end, masked steps are cut to the characters
+// whose output fits.
 template <class S, class D, class Step>
 QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oEnd, const S** lastOther) noexcept {
     constexpr std::size_t kLanes = 64 / sizeof(S);
+    // The most that a whole step writes (a step of UTF-16 may take the low
+    // half of a pair from the unit after it).
+    constexpr std::size_t kStepRoom = (kLanes + 1) * Step::kPerUnit;
     const S* p = *pp;
     D* o = *oo;
     // Where the last unit taken that is not ASCII is: the step, and the mask
@@ -1616,11 +1720,10 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
     WideRetry wide(p);
     Step step;
     while (more && o < oEnd) {
-        const std::size_t room = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
-        const S* const spanEnd = p + smaller(wholeVectors(p, end) * kLanes, room);
+        const S* const spanEnd = p + wholeVectors(p, end) * kLanes;
         while (more && static_cast<std::size_t>(spanEnd - p) >= kLanes) {
             std::uint64_t wideOther = 0;
-            if (sizeof(S) > 1 && wide.due(p) && static_cast<std::size_t>(spanEnd - p) >= 64) {
+            if (sizeof(S) > 1 && wide.due(p) && static_cast<std::size_t>(spanEnd - p) >= 64 && oEnd - o >= 64) {
                 if (wideText(p, o, wideOther)) {
                     if (wideOther != 0) {
                         otherStep = p;
@@ -1641,6 +1744,10 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
             }
             const V v = loadVector(p);
             if (stopLanes<S>(v, kLanes) != 0) break;
+            // Near the output's end, a whole step only when its output fits
+            // (a pair that it completes from the next step counted in full).
+            const std::size_t room = static_cast<std::size_t>(oEnd - o);
+            if (room < kStepRoom && Step::costs(v, kLanes).below(kLanes) > room) break;
             const std::size_t took = step.take(p, v, kLanes, o, more, ahead);
             if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
                 otherStep = p;
@@ -1649,26 +1756,38 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
             p += took;
         }
         step.settle(p, otherStep, otherMask);
-        if (!more) break;
+        if (!more || o == oEnd) break;
         // One masked step: up to a zero unit or 0x01, the page's end or `end`.
-        std::size_t n = smaller(pageStepUnits(p, end), smaller(room, static_cast<std::size_t>(oEnd - o) / Step::kPerUnit));
+        std::size_t n = pageStepUnits(p, end);
         if (n == 0) break;
         V v = loadPageUnits(p, n);
         std::uint64_t stop = stopLanes<S>(v, n);
         const std::size_t ahead =
             (reinterpret_cast<std::uintptr_t>(end) - reinterpret_cast<std::uintptr_t>(p)) / sizeof(S);
-        const std::size_t roomNow = static_cast<std::size_t>(oEnd - o) / Step::kPerUnit;
-        if (stop == 0 && n < kLanes && n < roomNow && n < ahead) {
+        if (stop == 0 && n < kLanes && n < ahead) {
             // Cut by the page's end, with no zero unit before it: the string
             // goes on into the next page, so a whole step may be read (a
             // character may straddle the two pages).
-            n = smaller(smaller(kLanes, roomNow), ahead);
+            n = smaller(kLanes, ahead);
             v = loadPageUnits(p, n);
             stop = stopLanes<S>(v, n);
         }
         if (stop != 0) {
             n = static_cast<std::size_t>(_tzcnt_u64(stop));
             if (n == 0) break;
+        }
+        // Where the worst case would not fit, the step takes the characters
+        // that do, and the kernel ends after it.
+        const std::size_t room = static_cast<std::size_t>(oEnd - o);
+        bool cut = false;
+        if (n * Step::kPerUnit > room) {
+            const std::size_t fits = fitLanes(Step::costs(v, n), n, room);
+            if (fits < n) {
+                if (fits == 0) break;
+                n = fits;
+                v = keepLanes<S>(v, n);
+                cut = true;
+            }
         }
         const std::size_t took = step.take(p, v, n, o, more, false);
         if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
@@ -1677,7 +1796,7 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
         }
         p += took;
         // A step that ends before a zero unit or 0x01 ends the kernel.
-        if (stop != 0 && more) more = false;
+        if ((stop != 0 || cut) && more) more = false;
     }
     if (otherStep != nullptr) *lastOther = otherStep + (64 - _lzcnt_u64(otherMask));
     *pp = p;

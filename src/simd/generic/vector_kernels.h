@@ -279,11 +279,11 @@ QEL_VEC_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd) n
 // ---- core kernels ----------------------------------------------------------------------
 
 // How far a convert kernel may take input: one unit before the end, and no
-// further than leaves one unit of output room at `perUnit` output units per
-// input unit.
+// further than leaves one unit of output room (the units it takes are one
+// output unit each).
 template <class S, class D>
-inline std::size_t takeable(const S* p, const S* end, const D* o, const D* outEnd, std::size_t perUnit) {
-    return smaller(static_cast<std::size_t>(end - p) - 1, (static_cast<std::size_t>(outEnd - o) - 1) / perUnit);
+inline std::size_t takeable(const S* p, const S* end, const D* o, const D* outEnd) {
+    return smaller(static_cast<std::size_t>(end - p) - 1, static_cast<std::size_t>(outEnd - o) - 1);
 }
 
 // Lanes of a vector of S that the pair S -> D does not take at once: all but
@@ -314,9 +314,24 @@ QEL_VEC_TARGET inline std::uint32_t slowBits(typename O::V v) {
     else return 0;
 }
 
+// Whether the pair takes the unit u at once (as otherBits), and whether it
+// sets the success value (as slowBits).
+template <class S, class D>
+inline bool isSimple(S unit) {
+    const u32 u = static_cast<u32>(unit);
+    if constexpr (sizeof(S) == 1 || sizeof(D) == 1) return u < 0x80u;
+    else if constexpr (sizeof(S) == 2) return (u & 0xF800u) != 0xD800u;
+    else return u < 0xD800u || (u >= 0xE000u && u <= 0xFFFFu);
+}
+template <class S, class D>
+inline bool isSlowSimple(S unit) {
+    return sizeof(S) == 4 && sizeof(D) == 2 && static_cast<u32>(unit) > 0xD7FFu;
+}
+
 // Takes whole vectors of simple units from *pp (see otherBits) while `left`
-// holds one, then the simple units at the start of the next vector, and
-// stops before the first other unit. *out is where they go (an output
+// holds one, then the simple units at the start of the next vector, or one by
+// one those of the last `left` units that make no whole vector, and stops
+// before the first other unit. *out is where they go (an output
 // position, advanced past the units written), or a count that they are added
 // to. Every unit that slowBits finds among them is one character of one
 // output unit, which `last` receives.
@@ -341,11 +356,21 @@ QEL_VEC_TARGET inline void takeSimple(const S** pp, Out* out, std::size_t left, 
                 p += k;
                 o += static_cast<Out>(k);
             }
+            left = 0;
             break;
         }
         if constexpr (kWrite) O::template storePlain<S, D>(v, o);
         p += kLanes;
         o += static_cast<std::conditional_t<kWrite, std::ptrdiff_t, Out>>(kLanes);
+    }
+    for (; left > 0 && isSimple<S, D>(*p); --left) {
+        if (isSlowSimple<S, D>(*p)) slowSeen = 1;
+        if constexpr (kWrite) {
+            *o++ = static_cast<D>(*p++);
+        } else {
+            ++p;
+            ++o;
+        }
     }
     if (slowSeen != 0) {
         last->len = 1;
@@ -355,9 +380,9 @@ QEL_VEC_TARGET inline void takeSimple(const S** pp, Out* out, std::size_t left, 
     *out = o;
 }
 
-template <class O, class S, class D, std::size_t kPerUnit>
+template <class O, class S, class D>
 QEL_VEC_TARGET void convertSimple(const S** pp, const S* end, D** oo, const D* outEnd, SlowChar* last) noexcept {
-    takeSimple<O, S, D>(pp, oo, takeable(*pp, end, *oo, outEnd, kPerUnit), last);
+    takeSimple<O, S, D>(pp, oo, takeable(*pp, end, *oo, outEnd), last);
 }
 
 template <class O, class S, class D>
@@ -370,12 +395,12 @@ template <class O>
 constexpr Kernels makeKernels() {
     Kernels k;
     k.isa = O::kIsa;
-    k.u8u16 = {&convertSimple<O, u8, u16, 1>, &measureSimple<O, u8, u16>};
-    k.u8u32 = {&convertSimple<O, u8, u32, 1>, &measureSimple<O, u8, u32>};
-    k.u16u8 = {&convertSimple<O, u16, char, 3>, &measureSimple<O, u16, char>};
-    k.u16u32 = {&convertSimple<O, u16, u32, 1>, &measureSimple<O, u16, u32>};
-    k.u32u8 = {&convertSimple<O, u32, char, 4>, &measureSimple<O, u32, char>};
-    k.u32u16 = {&convertSimple<O, u32, u16, 2>, &measureSimple<O, u32, u16>};
+    k.u8u16 = {&convertSimple<O, u8, u16>, &measureSimple<O, u8, u16>};
+    k.u8u32 = {&convertSimple<O, u8, u32>, &measureSimple<O, u8, u32>};
+    k.u16u8 = {&convertSimple<O, u16, char>, &measureSimple<O, u16, char>};
+    k.u16u32 = {&convertSimple<O, u16, u32>, &measureSimple<O, u16, u32>};
+    k.u32u8 = {&convertSimple<O, u32, char>, &measureSimple<O, u32, char>};
+    k.u32u16 = {&convertSimple<O, u32, u16>, &measureSimple<O, u32, u16>};
     k.scan8 = {&findStop<O, u8>, &findSpecial<O, u8>};
     k.scan16 = {&findStop<O, u16>, &findSpecial<O, u16>};
     k.scan32 = {&findStop<O, u32>, &findSpecial<O, u32>};
