@@ -9,6 +9,7 @@
 #include "model.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace qelfuzz {
 
@@ -428,6 +429,199 @@ ErrnoOutcome errnoCall(Enc from, Enc to, const Units& src, bool nullSrc, bool nu
         o.setsEilseq = true;
     }
     return o;
+}
+
+}  // namespace qelfuzz
+
+// ---------------------------------------------------------------------------
+// Any entry point of the table
+// ---------------------------------------------------------------------------
+
+namespace qelfuzz {
+
+using qelent::Args;
+using qelent::Family;
+using qelent::Result;
+
+namespace {
+
+Enc enc(qelent::Enc e) { return static_cast<Enc>(e); }
+
+// A buffer of outSize units and its guards: `text`, the terminator if any,
+// undocumented units up to outSize, then the untouched guards.
+Units buffer(qelent::Enc to, const Units& text, bool terminator, std::size_t outSize, bool untouched) {
+    const std::uint32_t guard = qelent::kGuard >> (32 - 8 * qelent::unitBytes(to));
+    Units b;
+    if (!untouched) {
+        b = text;
+        if (terminator) b.push_back(0);
+    }
+    b.resize(outSize, untouched ? guard : kAny);
+    b.resize(outSize + qelent::kGuardUnits, guard);
+    return b;
+}
+
+// The exported cores on the run [a, b): each keeps its own success value.
+Result core(const qelent::Entry& e, const Args& args) {
+    const Enc from = enc(e.from), to = enc(e.to);
+    const bool measure = e.family == Family::Preflight, safe = e.family == Family::Safe;
+    const bool fill = e.family == Family::Fill, alloc = e.family == Family::AllocCore;
+    const bool to8 = to == Enc::Utf8;
+    Result r;
+    r.outLen = measure ? args.count : qelent::kNoLength;
+    r.ret = alloc && to8 ? 1 : 0;
+    std::size_t pos = args.begin;
+    const std::size_t room = args.outSize;
+    Units out;
+    while (pos < args.end && !(fill && room == 0)) {
+        qelref::Decoded d = qelref::decodeAt(from, args.in, pos, args.end);
+        if (!d.ok) {
+            r.ret = -EILSEQ;
+            break;
+        }
+        Units u;
+        qelref::encodeAs(to, d.cp, u);
+        if (measure) {
+            r.outLen += static_cast<std::uint32_t>(u.size());
+            pos += d.len;
+            continue;
+        }
+        if (!alloc && u.size() > room - out.size()) {
+            r.ret = -E2BIG;
+            break;
+        }
+        out.insert(out.end(), u.begin(), u.end());
+        pos += d.len;
+        if (safe && to8) r.ret = static_cast<int>(u.size());
+        if (alloc && to8 && u.size() > 1) r.ret = static_cast<int>(u.size());
+        if (fill && from == Enc::Utf8 && d.len > 1) r.ret = static_cast<int>(d.len);
+        if (fill && from == Enc::Utf32 && d.cp >= 0xE000) r.ret = static_cast<int>(u.size());
+        if (!alloc && out.size() == room) {
+            if (safe) {  // withdraws the character that filled the output
+                out.resize(out.size() - u.size());
+                pos -= d.len;
+                r.ret = -E2BIG;
+            }
+            break;
+        }
+    }
+    r.inPos = pos;
+    if (alloc) {
+        for (std::size_t i = 0; i < args.prefill; ++i) r.out.push_back('0' + i % 10);
+        r.out.insert(r.out.end(), out.begin(), out.end());
+        r.outLen = static_cast<std::uint32_t>(r.out.size());
+        r.out.push_back(0);
+        r.err = 0;
+    } else {
+        r.out = out;
+    }
+    return r;
+}
+
+}  // namespace
+
+Result expect(const qelent::Entry& e, const Args& a) {
+    if (e.core()) return core(e, a);
+    Result r;
+    const Pair pair{enc(e.from), enc(e.to), (a.flags & 0x40000000u) != 0 && e.flagged()};
+    const std::uint32_t flags = e.flagged() ? a.flags : 0;
+    switch (e.family) {
+    case Family::Bounded:
+    case Family::BoundedEx:
+    case Family::Copy: {
+        BoundedOutcome m = e.family == Family::Copy ? boundedCopy(a.in, a.nullIn, a.inLen, a.nullOut, a.outSize)
+                                                    : boundedCall(pair, a.in, a.nullIn, a.inLen, a.nullOut, a.outSize, flags);
+        r.ret = m.status;
+        if (!a.nullOutLen) r.outLen = m.outLen;
+        r.out = buffer(e.to, m.text, m.terminator, a.outSize, a.nullOut || m.writesNothing);
+        break;
+    }
+    case Family::Alloc:
+    case Family::AllocEx:
+    case Family::CopyAlloc: {
+        const bool copy = e.family == Family::CopyAlloc;
+        if (a.nullOut) {
+            BoundedOutcome q = copy ? boundedCopy(a.in, a.nullIn, a.inLen, true, 0)
+                                    : boundedCall(pair, a.in, a.nullIn, a.inLen, true, 0, 0);
+            r.ret = q.status;
+            if (!a.nullOutLen) r.outLen = q.outLen;
+            break;
+        }
+        if (a.nullIn) {
+            r.nullBlock = true;
+            if (!a.nullOutLen) r.outLen = 0;
+            break;
+        }
+        const std::size_t end = std::min<std::size_t>(a.inLen, a.in.size());
+        if (copy) {
+            r.out.assign(a.in.begin(), a.in.begin() + static_cast<std::ptrdiff_t>(qelref::textLength(a.in, end)));
+        } else {
+            Conversion c = wholeConversion(pair, a.in, a.inLen);
+            r.out = qelref::joined(c);
+            r.ret = c.bad ? 368 : 0;
+        }
+        if (!a.nullOutLen) r.outLen = static_cast<std::uint32_t>(r.out.size());
+        r.out.push_back(0);
+        break;
+    }
+    case Family::Errno: {
+        ErrnoOutcome m = errnoCall(enc(e.from), enc(e.to), a.in, a.nullIn, a.nullOut, a.outSize);
+        r.ret = m.result == static_cast<std::size_t>(-1) ? -1 : static_cast<long long>(m.result);
+        r.err = m.setsEilseq ? EILSEQ : qelent::kErrnoUnset;
+        r.out = buffer(e.to, m.text, m.terminator, a.outSize, a.nullOut || (a.outSize == 0));
+        break;
+    }
+    default: {  // ErrnoAlloc
+        if (a.nullIn) {
+            r.nullBlock = true;
+            break;
+        }
+        const std::size_t len = qelref::textLength(a.in, a.in.size());
+        Conversion c = qelref::convert(enc(e.from), enc(e.to), e.from == qelent::Enc::Utf8 ? SeqForm::Utf8Strict : SeqForm::Unit,
+                                       e.to == qelent::Enc::Utf8, a.in, 0, len);
+        r.out = qelref::joined(c);
+        r.out.push_back(0);
+        if (len > 0) r.err = c.bad ? EILSEQ : 0;
+        break;
+    }
+    }
+    if (e.family != Family::Errno && e.family != Family::ErrnoAlloc) r.err = qelent::kErrnoUnset;
+    return r;
+}
+
+bool matches(const Result& x, const Result& g) {
+    if (x.ret != g.ret || x.outLen != g.outLen || x.nullBlock != g.nullBlock || x.err != g.err || x.inPos != g.inPos ||
+        x.out.size() != g.out.size())
+        return false;
+    for (std::size_t i = 0; i < x.out.size(); ++i)
+        if (x.out[i] != kAny && x.out[i] != g.out[i]) return false;
+    return true;
+}
+
+Requests allocRequests(std::size_t n, unsigned int unit) {
+    Requests q{{}, {}, 1};
+    const unsigned int whole = static_cast<unsigned int>(n + 1) * unit;
+    if (n <= 512) {
+        q.allocs.push_back(whole);
+        return q;
+    }
+    std::size_t before = 512, cap = 1024;
+    unsigned int slot = 1;
+    q.allocs.push_back(static_cast<unsigned int>(cap) * unit);
+    while (n - before > cap) {
+        before += cap;
+        cap *= 2;
+        ++slot;
+        q.allocs.push_back(static_cast<unsigned int>(cap) * unit);
+    }
+    if (n - before < 512) {
+        q.reallocs.push_back(whole);
+    } else {
+        q.allocs.push_back(whole);
+        ++q.frees;
+    }
+    q.frees += slot - 1;
+    return q;
 }
 
 }  // namespace qelfuzz

@@ -58,3 +58,28 @@ ErrnoOutcome errnoCall(qelref::Enc from, qelref::Enc to, const qelref::Units& sr
                        bool nullDst, std::size_t n);
 
 }  // namespace qelfuzz
+
+#include "entries.h"
+
+namespace qelfuzz {
+
+// Marks a unit of an expected buffer whose value is not documented.
+constexpr std::uint32_t kAny = 0xFFFFFFFE;
+
+// What calling `e` with `a` must give, provided the string memory provider
+// refuses nothing. Units of `out` that are kAny match anything.
+qelent::Result expect(const qelent::Entry& e, const qelent::Args& a);
+bool matches(const qelent::Result& expected, const qelent::Result& got);
+
+// The provider requests of an allocating qelStr conversion whose result has
+// `n` units of `unitBytes` bytes: sizes of qelStrAlloc, then of
+// qelStrReAlloc calls, and the number of qelStrFree calls (the caller's own
+// free of the result included).
+struct Requests {
+    std::vector<unsigned int> allocs, reallocs;
+    unsigned int frees;
+    bool operator==(const Requests& o) const { return allocs == o.allocs && reallocs == o.reallocs && frees == o.frees; }
+};
+Requests allocRequests(std::size_t n, unsigned int unitBytes);
+
+}  // namespace qelfuzz
