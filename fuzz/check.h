@@ -54,6 +54,32 @@ void checkEntry(const qelent::Entry& e, const Units& in);
 // checkEntry over every entry point whose input is in `enc`.
 void checkAllFrom(qelref::Enc enc, const Units& in);
 
+// The per-character functions and the surrogate repair (chars.cpp), and the
+// UTF-8 and UTF-16 string functions (strings.cpp), on one input of fuzz data
+// each, against versions written from their rules.
+int checkChars(const std::uint8_t* data, std::size_t size);
+int checkStrings(const std::uint8_t* data, std::size_t size);
+
+// Typed copies of model units and back, and the guard value of a unit type.
+template <class T>
+std::uint32_t unitValue(T u) {
+    if constexpr (sizeof(T) == 1) return static_cast<unsigned char>(u);
+    else return static_cast<std::uint32_t>(u);
+}
+template <class T>
+std::vector<T> typed(const Units& u) {
+    return std::vector<T>(u.begin(), u.end());
+}
+template <class T>
+Units untyped(const T* p, std::size_t n) {
+    Units u(n);
+    for (std::size_t i = 0; i < n; ++i) u[i] = unitValue(p[i]);
+    return u;
+}
+template <class T>
+constexpr T guardValue() { return static_cast<T>(qelent::kGuard); }
+using qelent::kGuardUnits;
+
 // The counting string memory provider.
 namespace provider {
 void reset();                          // forget everything; no failures
