@@ -114,6 +114,26 @@ Units makeText(Reader& r, Enc enc, bool structured, bool raw) {
     return out;
 }
 
+Units longText(Reader& r, Enc enc) {
+    const std::size_t target = 1 + (r.u16() % 0x10000);
+    const unsigned mutations = r.byte() % 16;
+    std::vector<std::pair<std::uint32_t, std::uint8_t>> edits;
+    for (unsigned i = 0; i < mutations; ++i) edits.push_back({r.u16(), r.byte()});
+    Units piece = makeText(r, enc, true, false);
+    if (piece.empty()) piece = {'a'};
+    Units out;
+    while (out.size() < target) out.insert(out.end(), piece.begin(), piece.end());
+    out.resize(target);
+    for (const auto& [where, what] : edits) {
+        const std::size_t block = std::size_t{16} << (what % 3);
+        const std::size_t at = ((where * block) % out.size() + out.size() + (what >> 4) % 3 - 1) % out.size();
+        const Units choices = {0x80, 0xC3, 0xE2, 0xF0, 0xD800, 0xDC00, 0x01, 0x02, 0x00, 0x110000, 0x85};
+        const std::uint32_t c = choices[(what >> 2) % choices.size()];
+        out[at] = enc == Enc::Utf8 ? c & 0xFF : enc == Enc::Utf16 ? c & 0xFFFF : c;
+    }
+    return out;
+}
+
 // ---------------------------------------------------------------------------
 // Checks
 // ---------------------------------------------------------------------------

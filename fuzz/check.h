@@ -45,6 +45,10 @@ private:
 // characters of every length, zero units and each ill-formed class.
 Units makeText(Reader& r, qelref::Enc enc, bool structured, bool rawSequences);
 
+// A long text (to 64 KiB units): a structured piece repeated, then units
+// replaced next to the edges of 16-, 32- and 64-unit vector blocks.
+Units longText(Reader& r, qelref::Enc enc);
+
 // Checks one call against the model, provider requests included.
 void checkCall(const qelent::Entry& e, const qelent::Args& a);
 // Checks e on `in` with every output size that matters, each flag
