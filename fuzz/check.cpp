@@ -119,7 +119,13 @@ Units longText(Reader& r, Enc enc) {
     const unsigned mutations = r.byte() % 16;
     std::vector<std::pair<std::uint32_t, std::uint8_t>> edits;
     for (unsigned i = 0; i < mutations; ++i) edits.push_back({r.u16(), r.byte()});
+    // The piece is cut before its first zero unit or fault: the faults come from the edits.
     Units piece = makeText(r, enc, true, false);
+    const auto pieces = qelref::convert(enc, enc, qelref::SeqForm::Unit, false, piece, 0, piece.size()).pieces;
+    std::size_t good = 0;
+    for (const qelref::Piece& p : pieces)
+        if (p.kind != qelref::Piece::Bad) good = p.pos + p.len;
+    piece.resize(good);
     if (piece.empty()) piece = {'a'};
     Units out;
     while (out.size() < target) out.insert(out.end(), piece.begin(), piece.end());

@@ -97,3 +97,6 @@ Requests requests();                   // sizes and frees since reset
 }  // namespace provider
 
 }  // namespace qelfuzz
+
+// Size in bytes of a live block of the counting provider (0: none).
+std::size_t qelentBlockBytes(const void* p);

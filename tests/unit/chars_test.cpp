@@ -95,6 +95,7 @@ void seeded(int (*check)(const std::uint8_t*, std::size_t), std::uint8_t fnFirst
 }
 
 TEST(PerCharacter, SurrogateRepairSeeded) { seeded(qelfuzz::checkChars, 22, 20000); }
+TEST(PerCharacter, NullAndShortArgumentsSeeded) { seeded(qelfuzz::checkChars, 0, 40000); }
 TEST(Strings, Utf8AndUtf16Seeded) { seeded(qelfuzz::checkStrings, 0, 60000); }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "qel/qelchars.h"
-#include "support/test_provider.h"
+#include "check.h"
 
 namespace {
 
@@ -112,29 +112,31 @@ TEST(Utf32Strings, SpanBreakAndTokenizeOnUnits) {
 }
 
 TEST(Utf32Strings, DuplicatesUseTheirOwnAllocators) {
-    qeltest::ProviderScope provider;
+    namespace provider = qelfuzz::provider;
+    provider::reset();
     const Units s = z({0x41, 0x42});
     unsigned int* copy = qel_u32sdup(s.data());
     ASSERT_NE(copy, nullptr);
     EXPECT_EQ(Units(copy, copy + 3), s);
-    EXPECT_EQ(provider.allocs(), 0u);
+    EXPECT_EQ(provider::allocCalls(), 0u);
     std::free(copy);  // from malloc
 
     for (size_t n : {5, 1, 0}) {
         unsigned int* block = qel_u32sndup(s.data(), n);
         ASSERT_NE(block, nullptr);
-        EXPECT_TRUE(provider.isLive(block));
+        EXPECT_EQ(qelentBlockBytes(block), (n + 1) * 4);
         Units expected = {0x41, 0x42, 0, 0, 0, 0};
         expected.resize(n + 1);
         expected[n] = 0;
         EXPECT_EQ(Units(block, block + n + 1), expected);  // n + 1 units, all defined
         qelStrFree(block);
     }
-    EXPECT_EQ(provider.allocSizes(), (std::vector<unsigned int>{24, 8, 4}));
-    provider.failAll();
+    EXPECT_EQ(provider::requests().allocs, (std::vector<unsigned int>{24, 8, 4}));
+    provider::failAllocAbove(1);
     EXPECT_EQ(qel_u32sndup(s.data(), 1), nullptr);
     EXPECT_EQ(qel_u32sndup(s.data(), 0x3FFFFFFFu), nullptr);  // no 32-bit request can hold it
-    EXPECT_EQ(provider.allocs(), 4u);
+    EXPECT_EQ(provider::allocCalls(), 4u);
+    provider::reset();
 }
 
 }  // namespace
