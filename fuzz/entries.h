@@ -77,6 +77,20 @@ enum class Family {
     X(u8stou16sConvertLow, Fill, unsigned char, char16_t)                    \
     X(u32stou16sConvertLow, Fill, unsigned int, char16_t)
 
+// The entry point of a family for a pair of unit types, known at compile
+// time (nullptr where there is none): for callers that time them.
+template <Family F, class I, class O>
+struct Fn {
+    static constexpr std::nullptr_t value = nullptr;
+};
+#define QEL_FN(fn, fam, I, O)                \
+    template <>                              \
+    struct Fn<Family::fam, I, O> {           \
+        static constexpr auto value = &fn;   \
+    };
+QEL_ENTRY_POINTS(QEL_FN)
+#undef QEL_FN
+
 // One call. Text is given as model units; the callee sees typed copies with a
 // zero unit after them, and outputs followed by guard units.
 struct Args {
