@@ -110,6 +110,25 @@ TEST(Edges, GrowingBufferChunkBoundaries) {
     EXPECT_EQ(Units(r.out.begin() + 510, r.out.end()), (Units{1, 0xC2, 0x85, 2, 0x62, 0}));
 }
 
+// Control sequences and multi-unit characters across the end of the first
+// chunk, through every allocating entry point.
+TEST(Edges, SequencesAcrossTheFirstChunkEnd) {
+    qelfuzz::throwOnFailure = true;
+    for (const qelent::Entry& e : qelent::entries()) {
+        if (!e.allocates() || e.core()) continue;
+        for (std::size_t lead = 490; lead <= 512; ++lead) {
+            Units in(lead, 0x61);
+            if (e.from == qelent::Enc::Utf8) in.insert(in.end(), {1, 0x41, 0xC2, 0x85, 0x20, 2, 0x62});
+            else in.insert(in.end(), {1, 0x41, 0x85, 0x9F, 0x20, 2, 0x62});
+            qelref::encodeAs(static_cast<qelref::Enc>(e.from), 0x1F600, in);
+            for (std::uint32_t flags : {0u, unsigned{qelStrFlagRawSequences}}) {
+                Args a = args(in, 0, flags);
+                EXPECT_NO_THROW(qelfuzz::checkCall(e, a)) << e.name << " " << lead;
+            }
+        }
+    }
+}
+
 // Every allocating entry point with each provider request refused in turn:
 // the failure answer, and no block left behind.
 TEST(Edges, OutOfMemorySweep) {
