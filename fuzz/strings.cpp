@@ -7,6 +7,7 @@
 //
 // Data: function, code point (4 bytes), value mode, split point, count,
 // bits, then the text, split into the string and a second argument.
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -20,204 +21,120 @@ namespace {
 
 constexpr int kSentinel = 4242;
 constexpr long kNull = -1;
-
-std::size_t len(const Units& s) { return qelref::textLength(s, s.size()); }
-
-// First offset >= from where `pat` occurs in s (the pattern must end before
-// the terminator), or kNull; `last` keeps the last such offset instead.
-long findUnits(const Units& s, const Units& pat, bool last) {
-    const std::size_t n = len(s);
-    long found = kNull;
-    for (std::size_t i = 0; i + pat.size() <= n; ++i) {
-        bool eq = true;
-        for (std::size_t k = 0; k < pat.size() && eq; ++k) eq = s[i + k] == pat[k];
-        if (eq) {
-            found = static_cast<long>(i);
-            if (!last) break;
-        }
-    }
-    return found;
-}
-
-// ---- UTF-8 ---------------------------------------------------------------
+using qelref::Enc;
 
 struct Out {
-    long value;     // an offset, a count, or kNull
+    long value;  // an offset, a count, or kNull
     int err;
 };
 
-Out u8chr(const Units& s, std::uint32_t c, bool last) {
-    if (c < 0x80) {
-        if (c == 0) return {static_cast<long>(len(s)), kSentinel};
-        return {findUnits(s, {c}, last), kSentinel};
-    }
-    if (len(s) == 0) return {kNull, kSentinel};
-    if (!qelref::isScalar(c)) return {kNull, EILSEQ};
-    Units enc;
-    qelref::encodeUtf8(c, enc);
-    return {findUnits(s, enc, last), kSentinel};
+std::size_t len(const Units& s) { return qelref::textLength(s, s.size()); }
+
+// First (or `last`) offset where `pat` occurs before the terminator, or kNull.
+long findUnits(const Units& s, const Units& pat, bool last) {
+    long found = kNull;
+    for (std::size_t i = 0; i + pat.size() <= len(s) && (last || found == kNull); ++i)
+        if (std::equal(pat.begin(), pat.end(), s.begin() + static_cast<std::ptrdiff_t>(i))) found = static_cast<long>(i);
+    return found;
 }
 
-// The character at s[pos] by the rules of the span functions: a byte below
-// 0x80 is itself, anything else is decoded strictly up to the terminator.
-qelref::Decoded u8char(const Units& s, std::size_t pos) {
-    if (s[pos] < 0x80) return {true, s[pos], 1};
-    return qelref::decodeAt(qelref::Enc::Utf8, s, pos, len(s));
+Units spelled(Enc enc, std::uint32_t c) {
+    Units u;
+    qelref::encodeAs(enc, c, u);
+    return u;
+}
+
+// Search for a code point: zero finds the terminator; UTF-8 refuses a value
+// that is no code point (EILSEQ), UTF-16 one of 0x110000 or more (no errno)
+// and takes any other unit as it is; nothing is looked for in an empty string.
+Out chr(Enc enc, const Units& s, std::uint32_t c, bool last) {
+    if (c == 0) return {static_cast<long>(len(s)), kSentinel};
+    if (c < (enc == Enc::Utf8 ? 0x80u : 0x10000u)) return {findUnits(s, {c}, last), kSentinel};
+    if (len(s) == 0 || (enc == Enc::Utf16 && c >= 0x110000)) return {kNull, kSentinel};
+    if (!qelref::isScalar(c)) return {kNull, EILSEQ};
+    return {findUnits(s, spelled(enc, c), last), kSentinel};
 }
 
 enum SpanKind { kSpn, kCspn, kPbrk };
 
-Out u8span(const Units& s, const Units& set, SpanKind kind) {
+// Span, complement span and break over a set of whole characters. A set of
+// one character is matched by its units; otherwise each character of s is
+// decoded (a fault: EILSEQ, and the whole length, or null for the break).
+Out span(Enc enc, const Units& s, const Units& set, SpanKind kind) {
     const long slen = static_cast<long>(len(s));
-    if (len(set) == 0) return {kind == kSpn ? 0 : (kind == kCspn ? slen : kNull), kSentinel};
-    int err = kSentinel;
-    qelref::Decoded first = u8char(set, 0);
-    if (!first.ok) err = EILSEQ;
+    const long none = kind == kSpn ? 0 : kind == kCspn ? slen : kNull;
+    if (len(set) == 0) return {none, kSentinel};
+    const qelref::Decoded first = qelref::decodeAt(enc, set, 0, set.size());
+    const int err = first.ok ? kSentinel : EILSEQ;
     if (first.ok && set[first.len] == 0) {
-        Units enc(set.begin(), set.begin() + static_cast<std::ptrdiff_t>(first.len));
         if (kind == kSpn) {
+            const Units one(set.begin(), set.begin() + static_cast<std::ptrdiff_t>(first.len));
             std::size_t p = 0;
-            while (s[p] != 0 && p + enc.size() <= static_cast<std::size_t>(slen) &&
-                   std::equal(enc.begin(), enc.end(), s.begin() + static_cast<std::ptrdiff_t>(p)))
-                p += enc.size();
+            while (p + one.size() <= len(s) && std::equal(one.begin(), one.end(), s.begin() + static_cast<std::ptrdiff_t>(p)))
+                p += one.size();
             return {static_cast<long>(p), err};
         }
-        Out f = u8chr(s, first.cp, false);
-        if (kind == kCspn) return {f.value == kNull ? slen : f.value, f.err == kSentinel ? err : f.err};
-        return {f.value, f.err == kSentinel ? err : f.err};
+        const Out f = chr(enc, s, first.cp, false);
+        return {kind == kCspn && f.value == kNull ? slen : f.value, f.err == kSentinel ? err : f.err};
     }
     std::size_t p = 0;
-    while (s[p] != 0) {
-        qelref::Decoded d = u8char(s, p);
+    for (; s[p] != 0; p += qelref::decodeAt(enc, s, p, s.size()).len) {
+        const qelref::Decoded d = qelref::decodeAt(enc, s, p, s.size());
         if (!d.ok) return {kind == kPbrk ? kNull : slen, EILSEQ};
-        Units enc;
-        qelref::encodeUtf8(d.cp, enc);
-        bool in = findUnits(set, enc, false) != kNull;
-        if (kind == kSpn && !in) return {static_cast<long>(p), err};
-        if (kind != kSpn && in) return {static_cast<long>(p), err};
-        p += d.len;
+        if ((findUnits(set, spelled(enc, d.cp), false) != kNull) != (kind == kSpn)) return {static_cast<long>(p), err};
     }
     return {kind == kPbrk ? kNull : static_cast<long>(p), err};
 }
 
-Out u8sstr(const Units& s, const Units& needle) {
+// Substring search; a one-unit needle is a character search (in UTF-8 its
+// byte read as a signed char and widened).
+Out sstr(Enc enc, const Units& s, const Units& needle) {
     const std::size_t nl = len(needle);
     if (nl == 0) return {0, kSentinel};
-    if (nl == 1) {
-        // The byte is read as a signed char and widened.
-        std::uint32_t c = needle[0] < 0x80 ? needle[0] : (0xFFFFFF00u | needle[0]);
-        return u8chr(s, c, false);
-    }
-    return {findUnits(s, Units(needle.begin(), needle.begin() + static_cast<std::ptrdiff_t>(nl)), false),
-            kSentinel};
+    if (nl == 1) return chr(enc, s, enc == Enc::Utf8 && needle[0] >= 0x80 ? 0xFFFFFF00u | needle[0] : needle[0], false);
+    return {findUnits(s, Units(needle.begin(), needle.begin() + static_cast<std::ptrdiff_t>(nl)), false), kSentinel};
 }
 
-// ---- UTF-16 --------------------------------------------------------------
-
-bool isSur(std::uint32_t u) { return u >= 0xD800 && u <= 0xDFFF; }
-
-long u16chr(const Units& s, std::uint32_t c, bool last) {
-    if (c < 0x10000) {
-        if (c == 0) return static_cast<long>(len(s));
-        return findUnits(s, {c}, last);
-    }
-    if (len(s) == 0 || c >= 0x110000) return kNull;
-    Units pair;
-    qelref::encodeUtf16(c, pair);
-    return findUnits(s, pair, last);
+bool beginsWith(const Units& s, const Units& t) {
+    return len(t) <= len(s) && std::equal(t.begin(), t.begin() + static_cast<std::ptrdiff_t>(len(t)), s.begin());
+}
+bool endsWith(const Units& s, const Units& t) {
+    return len(t) <= len(s) && std::equal(t.begin(), t.begin() + static_cast<std::ptrdiff_t>(len(t)),
+                                          s.begin() + static_cast<std::ptrdiff_t>(len(s) - len(t)));
 }
 
-// The character at s[pos] as qel_u16sctou32 reads it.
-qelref::Decoded u16char(const Units& s, std::size_t pos) {
-    return qelref::decodeAt(qelref::Enc::Utf16, s, pos, s.size());
-}
-
-Out u16span(const Units& s, const Units& set, SpanKind kind) {
-    const long slen = static_cast<long>(len(s));
-    if (len(set) == 0) return {kind == kSpn ? 0 : (kind == kCspn ? slen : kNull), kSentinel};
-    int err = kSentinel;
-    qelref::Decoded first = u16char(set, 0);
-    if (!first.ok) err = EILSEQ;
-    if (first.ok && set[first.len] == 0) {
-        if (kind == kSpn) {
-            if (slen == 0) return {0, err};
-            std::size_t p = 0;
-            while (s[p] != 0 && p + first.len <= s.size() &&
-                   std::equal(set.begin(), set.begin() + static_cast<std::ptrdiff_t>(first.len),
-                              s.begin() + static_cast<std::ptrdiff_t>(p)))
-                p += first.len;
-            return {static_cast<long>(p), err};
-        }
-        long f = u16chr(s, first.cp, false);
-        if (kind == kCspn) return {f == kNull ? slen : f, err};
-        return {f, err};
-    }
-    std::size_t p = 0;
-    while (s[p] != 0) {
-        qelref::Decoded d = u16char(s, p);
-        if (!d.ok) return {kind == kPbrk ? kNull : slen, EILSEQ};
-        bool in = u16chr(set, d.cp, false) != kNull;
-        if (kind == kSpn && !in) return {static_cast<long>(p), err};
-        if (kind != kSpn && in) return {static_cast<long>(p), err};
-        p += d.len;
-    }
-    return {kind == kPbrk ? kNull : static_cast<long>(p), err};
-}
-
-int u16order(std::uint32_t x, std::uint32_t y) {
-    if (isSur(x) && !isSur(y)) return 1;
-    if (isSur(y) && !isSur(x)) return -1;
-    return static_cast<int>(x) - static_cast<int>(y);
-}
-
-// Compares up to n units (stopping after a zero in a when `strings`).
+// Code-point order of UTF-16 units: a surrogate sorts after every other
+// unit (1 or -1); otherwise the difference of the units.
 int u16cmp(const Units& a, const Units& b, std::size_t n, bool strings) {
+    auto sur = [](std::uint32_t u) { return u >= 0xD800 && u <= 0xDFFF; };
     for (std::size_t i = 0; i < n; ++i) {
-        if (a[i] != b[i]) return u16order(a[i], b[i]);
+        if (a[i] != b[i]) return sur(a[i]) != sur(b[i]) ? (sur(a[i]) ? 1 : -1) : static_cast<int>(a[i]) - static_cast<int>(b[i]);
         if (strings && a[i] == 0) return 0;
     }
     return 0;
 }
 
-// ---- tokenisers ----------------------------------------------------------
-
+// One call of the tokeniser on `buf` (rewritten in place), continuing from
+// `context` when `start` is kNull.
 struct TokStep {
-    long token;     // offset of the token, or kNull
-    long context;   // offset of the context, or kNull
+    long token, context;
     int err;
 };
-
-
-// One call of the tokeniser on `buf` (rewritten in place) with the
-// delimiters `delim`, continuing from `context` when `start` is kNull.
-TokStep tok(bool utf8, Units& buf, const Units& delim, long start, long& context) {
+TokStep tok(Enc enc, Units& buf, const Units& delim, long start, long& context) {
     int err = kSentinel;
-    long s = start == kNull ? context : start;
+    const long s = start == kNull ? context : start;
     if (s == kNull) return {kNull, context, err};
-    Units rest(buf.begin() + s, buf.end());
-    Out skip = utf8 ? u8span(rest, delim, kSpn) : u16span(rest, delim, kSpn);
+    const Out skip = span(enc, Units(buf.begin() + s, buf.end()), delim, kSpn);
     if (skip.err != kSentinel) err = skip.err;
-    long t = s + skip.value;
-    if (buf[static_cast<std::size_t>(t)] == 0) {
-        context = kNull;
-        return {kNull, context, err};
-    }
-    Units fromT(buf.begin() + t, buf.end());
-    Out brk = utf8 ? u8span(fromT, delim, kPbrk) : u16span(fromT, delim, kPbrk);
+    const long t = s + skip.value;
+    if (buf[static_cast<std::size_t>(t)] == 0) return {kNull, context = kNull, err};
+    const Out brk = span(enc, Units(buf.begin() + t, buf.end()), delim, kPbrk);
     if (brk.err != kSentinel) err = brk.err;
-    if (brk.value == kNull) {
-        context = kNull;
-        return {t, context, err};
-    }
+    if (brk.value == kNull) return {t, context = kNull, err};
+    // The whole delimiter character is removed.
     const std::size_t p = static_cast<std::size_t>(t + brk.value);
-    std::size_t end = p;
-    while (end < buf.size() && buf[end] != 0) ++end;  // the terminator after p
-    qelref::Decoded d = utf8 ? qelref::decodeAt(qelref::Enc::Utf8, buf, p, end)
-                             : qelref::decodeAt(qelref::Enc::Utf16, buf, p, buf.size());
-    if (!d.ok) {
-        context = kNull;
-        return {t, context, EILSEQ};
-    }
+    const qelref::Decoded d = qelref::decodeAt(enc, buf, p, p + len(Units(buf.begin() + static_cast<std::ptrdiff_t>(p), buf.end())));
+    if (!d.ok) return {t, context = kNull, EILSEQ};
     context = static_cast<long>(p + d.len);
     buf[p] = 0;
     return {t, context, err};
@@ -258,26 +175,14 @@ int checkStrings(const std::uint8_t* data, std::size_t size) {
     const char* name = "";
     errno = kSentinel;
     switch (fn) {
-    case 0: name = "qel_u8schr"; got = off8(qel_u8schr(s8.data(), c)); m = u8chr(s, c, false); break;
-    case 1: name = "qel_u8srchr"; got = off8(qel_u8srchr(s8.data(), c)); m = u8chr(s, c, true); break;
-    case 2: name = "qel_u8sstr"; got = off8(qel_u8sstr(s8.data(), t8.data())); m = u8sstr(s, t); break;
-    case 3: name = "qel_u8sspn"; got = static_cast<long>(qel_u8sspn(s8.data(), t8.data())); m = u8span(s, t, kSpn); break;
-    case 4: name = "qel_u8scspn"; got = static_cast<long>(qel_u8scspn(s8.data(), t8.data())); m = u8span(s, t, kCspn); break;
-    case 5: name = "qel_u8spbrk"; got = off8(qel_u8spbrk(s8.data(), t8.data())); m = u8span(s, t, kPbrk); break;
-    case 6: {
-        name = "qel_u8sBeginsWith";
-        got = qel_u8sBeginsWith(s8.data(), t8.data());
-        m = {len(t) <= len(s) && std::equal(t.begin(), t.begin() + static_cast<std::ptrdiff_t>(len(t)), s.begin()), kSentinel};
-        break;
-    }
-    case 7: {
-        name = "qel_u8sEndsWith";
-        got = qel_u8sEndsWith(s8.data(), t8.data());
-        const std::size_t sl = len(s), tl = len(t);
-        m = {tl <= sl && std::equal(t.begin(), t.begin() + static_cast<std::ptrdiff_t>(tl),
-                                    s.begin() + static_cast<std::ptrdiff_t>(sl - tl)), kSentinel};
-        break;
-    }
+    case 0: name = "qel_u8schr"; got = off8(qel_u8schr(s8.data(), c)); m = chr(Enc::Utf8, s, c, false); break;
+    case 1: name = "qel_u8srchr"; got = off8(qel_u8srchr(s8.data(), c)); m = chr(Enc::Utf8, s, c, true); break;
+    case 2: name = "qel_u8sstr"; got = off8(qel_u8sstr(s8.data(), t8.data())); m = sstr(Enc::Utf8, s, t); break;
+    case 3: name = "qel_u8sspn"; got = static_cast<long>(qel_u8sspn(s8.data(), t8.data())); m = span(Enc::Utf8, s, t, kSpn); break;
+    case 4: name = "qel_u8scspn"; got = static_cast<long>(qel_u8scspn(s8.data(), t8.data())); m = span(Enc::Utf8, s, t, kCspn); break;
+    case 5: name = "qel_u8spbrk"; got = off8(qel_u8spbrk(s8.data(), t8.data())); m = span(Enc::Utf8, s, t, kPbrk); break;
+    case 6: name = "qel_u8sBeginsWith"; got = qel_u8sBeginsWith(s8.data(), t8.data()); m = {beginsWith(s, t), kSentinel}; break;
+    case 7: name = "qel_u8sEndsWith"; got = qel_u8sEndsWith(s8.data(), t8.data()); m = {endsWith(s, t), kSentinel}; break;
     case 8:
     case 9:
     case 20: {
@@ -299,7 +204,7 @@ int checkStrings(const std::uint8_t* data, std::size_t size) {
                 ctx = ctx16 == nullptr ? kNull : static_cast<long>(ctx16 - s16.data());
             }
             const int err = errno;
-            TokStep step = tok(u8, model, t, first ? 0 : kNull, mctx);
+            TokStep step = tok(u8 ? Enc::Utf8 : Enc::Utf16, model, t, first ? 0 : kNull, mctx);
             Units buf = u8 ? untyped(s8.data(), s8.size()) : untyped(s16.data(), s16.size());
             setContext([&] {
                 std::fprintf(stderr, "  %s call %d\n", name, call);
@@ -318,20 +223,12 @@ int checkStrings(const std::uint8_t* data, std::size_t size) {
         }
         return 0;
     }
-    case 10: name = "qel_u16schr"; got = off16(qel_u16schr(s16.data(), c)); m = {u16chr(s, c, false), kSentinel}; break;
-    case 11: name = "qel_u16srchr"; got = off16(qel_u16srchr(s16.data(), c)); m = {u16chr(s, c, true), kSentinel}; break;
-    case 12: {
-        name = "qel_u16sstr";
-        got = off16(qel_u16sstr(s16.data(), t16.data()));
-        const std::size_t nl = len(t);
-        if (nl == 0) m = {0, kSentinel};
-        else if (nl == 1) m = {u16chr(s, t[0], false), kSentinel};
-        else m = {findUnits(s, Units(t.begin(), t.begin() + static_cast<std::ptrdiff_t>(nl)), false), kSentinel};
-        break;
-    }
-    case 13: name = "qel_u16sspn"; got = static_cast<long>(qel_u16sspn(s16.data(), t16.data())); m = u16span(s, t, kSpn); break;
-    case 14: name = "qel_u16scspn"; got = static_cast<long>(qel_u16scspn(s16.data(), t16.data())); m = u16span(s, t, kCspn); break;
-    case 15: name = "qel_u16spbrk"; got = off16(qel_u16spbrk(s16.data(), t16.data())); m = u16span(s, t, kPbrk); break;
+    case 10: name = "qel_u16schr"; got = off16(qel_u16schr(s16.data(), c)); m = chr(Enc::Utf16, s, c, false); break;
+    case 11: name = "qel_u16srchr"; got = off16(qel_u16srchr(s16.data(), c)); m = chr(Enc::Utf16, s, c, true); break;
+    case 12: name = "qel_u16sstr"; got = off16(qel_u16sstr(s16.data(), t16.data())); m = sstr(Enc::Utf16, s, t); break;
+    case 13: name = "qel_u16sspn"; got = static_cast<long>(qel_u16sspn(s16.data(), t16.data())); m = span(Enc::Utf16, s, t, kSpn); break;
+    case 14: name = "qel_u16scspn"; got = static_cast<long>(qel_u16scspn(s16.data(), t16.data())); m = span(Enc::Utf16, s, t, kCspn); break;
+    case 15: name = "qel_u16spbrk"; got = off16(qel_u16spbrk(s16.data(), t16.data())); m = span(Enc::Utf16, s, t, kPbrk); break;
     case 16: name = "qel_u16scmp"; got = qel_u16scmp(s16.data(), t16.data()); m = {u16cmp(s, t, std::max(s.size(), t.size()) + 1, true), kSentinel}; break;
     case 17: {
         name = "qel_u16sncmp";
@@ -375,20 +272,8 @@ int checkStrings(const std::uint8_t* data, std::size_t size) {
         }
         break;
     }
-    case 22: {
-        name = "qel_u16sBeginsWith";
-        got = qel_u16sBeginsWith(s16.data(), t16.data());
-        m = {len(t) <= len(s) && std::equal(t.begin(), t.begin() + static_cast<std::ptrdiff_t>(len(t)), s.begin()), kSentinel};
-        break;
-    }
-    default: {
-        name = "qel_u16sEndsWith";
-        got = qel_u16sEndsWith(s16.data(), t16.data());
-        const std::size_t sl = len(s), tl = len(t);
-        m = {tl <= sl && std::equal(t.begin(), t.begin() + static_cast<std::ptrdiff_t>(tl),
-                                    s.begin() + static_cast<std::ptrdiff_t>(sl - tl)), kSentinel};
-        break;
-    }
+    case 22: name = "qel_u16sBeginsWith"; got = qel_u16sBeginsWith(s16.data(), t16.data()); m = {beginsWith(s, t), kSentinel}; break;
+    default: name = "qel_u16sEndsWith"; got = qel_u16sEndsWith(s16.data(), t16.data()); m = {endsWith(s, t), kSentinel}; break;
     }
     const int err = errno;
     setContext([&] {
