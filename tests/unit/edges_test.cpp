@@ -34,8 +34,19 @@ struct Quirk {
     Units out;  // units before the terminator / cursor
 };
 
+// 0x01, n units `content` (each spelled as `spelling`), 0x02.
+Units sequence(std::size_t n, const Units& spelling) {
+    Units u = {1};
+    for (std::size_t i = 0; i < n; ++i) u.insert(u.end(), spelling.begin(), spelling.end());
+    u.push_back(2);
+    return u;
+}
+
 TEST(Edges, IntendedQuirks) {
     const std::vector<Quirk> rows = {
+        // at most 17 content characters: the raw form keeps them as single bytes
+        {"qelStrUtf16ToUtf8Ex", sequence(17, {0x85}), 40, qelStrFlagRawSequences, qelStrOk, sequence(17, {0x85})},
+        {"qelStrUtf16ToUtf8Ex", sequence(18, {0x85}), 40, qelStrFlagRawSequences, qelStrOk, sequence(18, {0xC2, 0x85})},
         // a two-byte lead right before 0x02 ends a standard sequence, as its last content byte
         {"qelStrUtf8ToUtf16", {1, 0x41, 0xC2, 2}, 8, 0, qelStrOk, {1, 0x41, 0x82}},
         // ...but the errno-style reading finds no sequence there
