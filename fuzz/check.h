@@ -53,8 +53,9 @@ Units longText(Reader& r, qelref::Enc enc);
 void checkCall(const qelent::Entry& e, const qelent::Args& a);
 // Checks e on `in` with every output size that matters, each flag
 // combination, null arguments, and (qelStr families) the input given by
-// length and ended by a zero unit; cores on runs from 0 and 1.
-void checkEntry(const qelent::Entry& e, const Units& in);
+// length and ended by a zero unit; cores on runs from 0 and 1. `light`
+// (long texts) keeps to exact - 1, exact and ample output, all flags at once.
+void checkEntry(const qelent::Entry& e, const Units& in, bool light = false);
 // checkEntry over every entry point whose input is in `enc`.
 void checkAllFrom(qelref::Enc enc, const Units& in);
 

@@ -175,7 +175,7 @@ TEST(Edges, LongTextsSeeded) {
         qelfuzz::Reader r(d.data() + 1, d.size() - 1);
         const auto& all = qelent::entries();
         const qelent::Entry& e = all[d[0] % all.size()];
-        EXPECT_NO_THROW(qelfuzz::checkEntry(e, qelfuzz::longText(r, static_cast<qelref::Enc>(e.from)))) << e.name;
+        EXPECT_NO_THROW(qelfuzz::checkEntry(e, qelfuzz::longText(r, static_cast<qelref::Enc>(e.from)), i % 4 != 0)) << e.name;
     }
 }
 
