@@ -27,6 +27,7 @@
 #include <vector>
 
 #include "corpora.h"
+#include "entries.h"
 #include "qel/qelchars.h"
 #include "qel/qelcore.h"
 #include "qel/qelstr.h"
@@ -90,36 +91,42 @@ struct Binding {
     }
 };
 
-template <Enc F, Enc T>
+// The entry points come from the one table of fuzz/entries.h.
+template <qelent::Family Fam, class I, class O>
+constexpr auto Table = qelent::Fn<Fam, I, O>::value;
+constexpr qelent::Family B = qelent::Family::Bounded, A = qelent::Family::Alloc, E = qelent::Family::Errno,
+                         S = qelent::Family::Safe;
+
+template <Enc From, Enc To>
 struct Lib;
 template <>
-struct Lib<Enc::U8, Enc::U16> : Binding<U8, U16, 1, qelStrUtf8ToUtf16, qelStrUtf8ToUtf16Alloc, qel_u8stou16s,
-                                        u8stou16sConvertLow> {
+struct Lib<Enc::U8, Enc::U16> : Binding<U8, U16, 1, Table<B, char, char16_t>, Table<A, char, char16_t>, Table<E, char, char16_t>,
+                                        Table<qelent::Family::Fill, unsigned char, char16_t>> {
     static constexpr const char* kName = "UTF-8 → UTF-16";
 };
 template <>
-struct Lib<Enc::U16, Enc::U8> : Binding<U16, U8, 3, qelStrUtf16ToUtf8, qelStrUtf16ToUtf8Alloc, qel_u16stou8s,
-                                        u16stou8sConvertSafeLow> {
+struct Lib<Enc::U16, Enc::U8> : Binding<U16, U8, 3, Table<B, char16_t, char>, Table<A, char16_t, char>, Table<E, char16_t, char>,
+                                        Table<S, char16_t, char>> {
     static constexpr const char* kName = "UTF-16 → UTF-8";
 };
 template <>
 struct Lib<Enc::U8, Enc::U32>
-    : Binding<U8, U32, 1, qelStrUtf8ToUtf32, qelStrUtf8ToUtf32Alloc, qel_u8stou32s, nullptr> {
+    : Binding<U8, U32, 1, Table<B, char, unsigned>, Table<A, char, unsigned>, Table<E, char, unsigned>, nullptr> {
     static constexpr const char* kName = "UTF-8 → UTF-32";
 };
 template <>
 struct Lib<Enc::U32, Enc::U8>
-    : Binding<U32, U8, 4, qelStrUtf32ToUtf8, qelStrUtf32ToUtf8Alloc, qel_u32stou8s, nullptr> {
+    : Binding<U32, U8, 4, Table<B, unsigned, char>, Table<A, unsigned, char>, Table<E, unsigned, char>, nullptr> {
     static constexpr const char* kName = "UTF-32 → UTF-8";
 };
 template <>
-struct Lib<Enc::U16, Enc::U32> : Binding<U16, U32, 1, qelStrUtf16ToUtf32, qelStrUtf16ToUtf32Alloc, qel_u16stou32s,
-                                         u16stou32sConvertSafeLow> {
+struct Lib<Enc::U16, Enc::U32> : Binding<U16, U32, 1, Table<B, char16_t, unsigned>, Table<A, char16_t, unsigned>, Table<E, char16_t, unsigned>,
+                                         Table<S, char16_t, unsigned>> {
     static constexpr const char* kName = "UTF-16 → UTF-32";
 };
 template <>
-struct Lib<Enc::U32, Enc::U16> : Binding<U32, U16, 2, qelStrUtf32ToUtf16, qelStrUtf32ToUtf16Alloc, qel_u32stou16s,
-                                         u32stou16sConvertLow> {
+struct Lib<Enc::U32, Enc::U16> : Binding<U32, U16, 2, Table<B, unsigned, char16_t>, Table<A, unsigned, char16_t>, Table<E, unsigned, char16_t>,
+                                         Table<qelent::Family::Fill, unsigned, char16_t>> {
     static constexpr const char* kName = "UTF-32 → UTF-16";
 };
 

@@ -6,7 +6,10 @@
 // dependency of this library only, found after the C library. Without
 // mimalloc the provider is the C heap. Either way it is thread-safe, and a
 // resize that cannot be done ends the process, since the library has no way
-// to hear of that failure.
+// to hear of that failure. A call that succeeds leaves errno as it was, as
+// the C heap does: mimalloc may touch it while it sets up a thread's heap, and
+// the errno-style functions promise to leave it alone in some cases.
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -25,10 +28,17 @@
 
 extern "C" {
 
-QEL_API void* qelStrAlloc(unsigned int size) { return QEL_HEAP_ALLOC(size == 0 ? 1 : size); }
+QEL_API void* qelStrAlloc(unsigned int size) {
+    const int saved = errno;
+    void* p = QEL_HEAP_ALLOC(size == 0 ? 1 : size);
+    if (p != nullptr) errno = saved;
+    return p;
+}
 
 QEL_API void* qelStrReAlloc(void* p, unsigned int size) {
+    const int saved = errno;
     void* q = QEL_HEAP_REALLOC(p, size == 0 ? 1 : size);
+    if (q != nullptr) errno = saved;
     if (q == nullptr) {
         std::fprintf(stderr, "qelstrmem: cannot resize a string block to %u bytes\n", size);
         std::abort();
@@ -36,6 +46,10 @@ QEL_API void* qelStrReAlloc(void* p, unsigned int size) {
     return q;
 }
 
-QEL_API void qelStrFree(void* p) { QEL_HEAP_FREE(p); }
+QEL_API void qelStrFree(void* p) {
+    const int saved = errno;
+    QEL_HEAP_FREE(p);
+    errno = saved;
+}
 
 }  // extern "C"

@@ -19,6 +19,8 @@
 #include <thread>
 #include <vector>
 
+#include "reference.h"
+
 namespace {
 
 using Bytes = std::string;
@@ -30,29 +32,15 @@ const char* const kShown[] = {"UTF-8", "UTF-16LE", "UTF-16BE", "UTF-32LE", "UTF-
 const Bytes kMark[] = {"\xEF\xBB\xBF", Bytes("\xFF\xFE", 2), Bytes("\xFE\xFF", 2), Bytes("\xFF\xFE\0\0", 4),
                        Bytes("\0\0\xFE\xFF", 4)};
 
-void putUnit(Bytes& b, unsigned v, int width, bool big) {
-    for (int i = 0; i < width; ++i) b += static_cast<char>(v >> (8 * (big ? width - 1 - i : i)));
-}
-
+// The text spelled in e by the model's encoder, in the byte order asked for.
 Bytes encode(const std::u32string& text, Enc e) {
+    const qelref::Enc enc = e == U8 ? qelref::Enc::Utf8 : e <= U16BE ? qelref::Enc::Utf16 : qelref::Enc::Utf32;
+    const int width = e == U8 ? 1 : e <= U16BE ? 2 : 4;
+    qelref::Units units;
+    for (char32_t c : text) qelref::encodeAs(enc, c, units);
     Bytes b;
-    for (char32_t c : text) {
-        if (e == U8) {
-            if (c < 0x80) b += static_cast<char>(c);
-            else if (c < 0x800) b += {char(0xC0 | c >> 6), char(0x80 | (c & 0x3F))};
-            else if (c < 0x10000) b += {char(0xE0 | c >> 12), char(0x80 | (c >> 6 & 0x3F)), char(0x80 | (c & 0x3F))};
-            else b += {char(0xF0 | c >> 18), char(0x80 | (c >> 12 & 0x3F)), char(0x80 | (c >> 6 & 0x3F)), char(0x80 | (c & 0x3F))};
-        } else if (e == U16LE || e == U16BE) {
-            if (c >= 0x10000) {
-                putUnit(b, 0xD800 + ((c - 0x10000) >> 10), 2, e == U16BE);
-                putUnit(b, 0xDC00 + (c & 0x3FF), 2, e == U16BE);
-            } else {
-                putUnit(b, c, 2, e == U16BE);
-            }
-        } else {
-            putUnit(b, c, 4, e == U32BE);
-        }
-    }
+    for (std::uint32_t v : units)
+        for (int i = 0; i < width; ++i) b += static_cast<char>(v >> (8 * (e == U16BE || e == U32BE ? width - 1 - i : i)));
     return b;
 }
 
