@@ -231,6 +231,9 @@ QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, st
     const u8* lastOther = nullptr;
     unsigned open = 0;       // bytes at the end of the block before of a character that goes on
     unsigned openUnits = 0;  // and its units
+    // A block makes at most 32 units: with room for all of them, no block
+    // needs to count its own (nor does a measuring pass, which has no room).
+    const bool tight = room != SIZE_MAX && room / 32 < blocks;
     for (; blocks > 0 && limit - b >= 32; --blocks) {
         const V cur = load256(b);
         const std::uint32_t other = bytesOf(cur);
@@ -262,7 +265,7 @@ QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, st
         // without faults at most one of these).
         const unsigned from2 = (other & leads) >> 31, from3 = (c.from3 >> 30) & 1u, from4 = (c.four >> 29) & 1u;
         const unsigned goesOn = from2 + 2 * from3 + 3 * from4;
-        if (unitsBefore(32 - goesOn) > room) return endAt(32 - goesOn);
+        if (tight && unitsBefore(32 - goesOn) > room) return endAt(32 - goesOn);
         units += ones(leads) + (kUtf16 ? ones(c.four) : 0);
         open = goesOn;
         openUnits = (from2 | from3 | from4) + (kUtf16 && (c.four >> 29) != 0 ? 1 : 0);

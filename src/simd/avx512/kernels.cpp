@@ -146,6 +146,18 @@ inline std::size_t groupLanes(std::size_t count, unsigned g, unsigned width) {
     return count > from ? count - from : 0;
 }
 
+// How far a convert kernel may take input from p without looking at its
+// output: to one unit before the end, and no further than leaves one unit of
+// output room when every input unit gives at most `perUnit` output units.
+// Kept for a stretch of steps, so that the size of a step does not wait on
+// the output count of the one before; only the last steps before the room's
+// end look at the output of their characters.
+template <class S, class D>
+inline const S* inputLimit(const S* p, const S* end, const D* o, const D* outEnd, std::size_t perUnit) {
+    const std::size_t byRoom = (static_cast<std::size_t>(outEnd - o) - 1) / perUnit;
+    return p + smaller(static_cast<std::size_t>(end - p) - 1, byRoom);
+}
+
 // A step's output units, each character counted at its first lane: a lane
 // costs as many units as there are masks that hold it, and lanes inside a
 // character cost nothing.
@@ -630,23 +642,31 @@ QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditio
                             SlowChar* last) noexcept {
     const u8* p = *pp;
     auto* o = *oo;
+    const u8* limit = p;
     for (;;) {
-        // The last few bytes before the end are left to the per-character
-        // code: a step over them would cost more than it takes.
-        std::size_t n = smaller(64, static_cast<std::size_t>(end - p) - 1);
+        // Output units never outnumber input bytes. The last few bytes before
+        // the end are left to the per-character code: a step over them would
+        // cost more than it takes.
+        if (p >= limit) limit = inputLimit(p, end, o, outEnd, 1);
+        std::size_t n = smaller(64, static_cast<std::size_t>(limit - p));
+        bool cut = false;
+        if (n < 64 && limit != end - 1) {
+            // Near the room's end: a step over the input, cut to the
+            // characters whose output fits, and the last.
+            n = smaller(64, static_cast<std::size_t>(end - p) - 1);
+            cut = true;
+        }
         if (n < 4) break;
         V in = _mm512_maskz_loadu_epi8(low64(n), p);
-        // Output units never outnumber input bytes; where they might not
-        // fit, the step takes the characters that do, and is the last.
-        const std::size_t room = static_cast<std::size_t>(outEnd - o) - 1;
-        bool cut = false;
-        if (n > room) {
+        if (cut) {
+            const std::size_t room = static_cast<std::size_t>(outEnd - o) - 1;
             const std::size_t fits = fitLanes(utf8Costs<std::conditional_t<kToUtf16, u16, u32>>(in, n), n, room);
             if (fits < n) {
                 if (fits == 0) break;
                 n = fits;
                 in = _mm512_maskz_mov_epi8(low64(n), in);
-                cut = true;
+            } else {
+                cut = false;  // all of it fits: the limit moves on after it
             }
         }
         if (_mm512_movepi8_mask(in) == 0) {
@@ -962,15 +982,15 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
                                  SlowChar* last) {
     const u16* p = *pp;
     D* o = kMeasure ? nullptr : *oo;
+    const u16* limit = p;
     WideRetry wide(p);
     unsigned int total = kMeasure ? *count : 0;
     Utf16Seen seen;
     std::uint32_t carried = 0;
     for (;;) {
-        const std::size_t ahead = static_cast<std::size_t>(end - p) - 1;
-        // The output room, one unit kept free.
-        const std::size_t room = kMeasure ? SIZE_MAX : static_cast<std::size_t>(outEnd - o) - 1;
-        if (ahead >= 64 && room >= 64 && wide.due(p)) {
+        if (!kMeasure && p >= limit) limit = inputLimit(p, end, o, outEnd, kPerUnit);
+        const std::size_t ahead = kMeasure ? static_cast<std::size_t>(end - p) - 1 : static_cast<std::size_t>(limit - p);
+        if (ahead >= 64 && wide.due(p)) {
             // A wide step over 64 units of one kind: ASCII into UTF-8, or no
             // surrogate into UTF-32.
             const V u0 = _mm512_loadu_si512(p);
@@ -1006,7 +1026,7 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
         // A whole step of 32 units whose next unit may be taken too moves on
         // by all its units: a high surrogate in its last lane takes its low
         // half from the next step, which leaves that unit out.
-        const bool whole = ahead > 32 && room >= 33 * kPerUnit;
+        const bool whole = ahead > 32;
         if (!whole && carried != 0) {
             ++p;
             carried = 0;
@@ -1016,19 +1036,21 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
             }
             continue;
         }
-        std::size_t n = whole ? 32 : utf16StepSize(p, smaller(32, ahead));
+        // Near the room's end: a step over the input, cut to the characters
+        // whose output fits, and the last.
+        bool cut = !kMeasure && !whole && limit != end - 1;
+        std::size_t n = whole ? 32 : utf16StepSize(p, cut ? smaller(32, static_cast<std::size_t>(end - p) - 1) : ahead);
         if (n == 0) break;
         V units = _mm512_maskz_loadu_epi16(low32(n), p);
-        // Where the worst case would not fit, the step takes the characters
-        // that do, and is the last.
-        bool cut = false;
-        if (!kMeasure && n * kPerUnit > room) {
+        if (cut) {
+            const std::size_t room = static_cast<std::size_t>(outEnd - o) - 1;
             const std::size_t fits = fitLanes(utf16Costs<D>(units, n), n, room);
             if (fits < n) {
                 if (fits == 0) break;
                 n = fits;
                 units = _mm512_maskz_mov_epi16(low32(n), units);
-                cut = true;
+            } else {
+                cut = false;  // all of it fits: the limit moves on after it
             }
         }
         const Utf16Block blk = checkUtf16(units, n, whole ? lowSurrogateAt(p + 32) << 31 : 0, carried);
@@ -1155,12 +1177,12 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
                                  SlowChar* last) {
     const u32* p = *pp;
     D* o = kMeasure ? nullptr : *oo;
+    const u32* limit = p;
     unsigned int total = kMeasure ? *count : 0;
     for (;;) {
-        const std::size_t ahead = static_cast<std::size_t>(end - p) - 1;
-        // The output room, one unit kept free.
-        const std::size_t room = kMeasure ? SIZE_MAX : static_cast<std::size_t>(outEnd - o) - 1;
-        if (ahead >= 64 && room >= 64) {
+        if (!kMeasure && p >= limit) limit = inputLimit(p, end, o, outEnd, kPerUnit);
+        const std::size_t ahead = kMeasure ? static_cast<std::size_t>(end - p) - 1 : static_cast<std::size_t>(limit - p);
+        if (ahead >= 64) {
             // A wide step over 64 units of one kind: ASCII into UTF-8, or
             // units below 0xD800 into UTF-16.
             const V u0 = _mm512_loadu_si512(p);
@@ -1207,7 +1229,7 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
                 continue;
             }
         }
-        if (sizeof(D) == 1 && ahead >= 32 && room >= 96) {
+        if (sizeof(D) == 1 && ahead >= 32) {
             // 32 code points of the BMP, narrowed to 16 bits and written
             // as UTF-16 units would be.
             const V u0 = _mm512_loadu_si512(p);
@@ -1232,19 +1254,21 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
                 continue;
             }
         }
-        std::size_t n = smaller(16, ahead);
+        // Near the room's end: a step over the input, cut to the characters
+        // whose output fits, and the last.
+        bool cut = !kMeasure && ahead < 16 && limit != end - 1;
+        std::size_t n = smaller(16, cut ? static_cast<std::size_t>(end - p) - 1 : ahead);
         if (n == 0) break;
         V units = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(low16(n)), p);
-        // Where the worst case would not fit, the step takes the characters
-        // that do, and is the last.
-        bool cut = false;
-        if (!kMeasure && n * kPerUnit > room) {
+        if (cut) {
+            const std::size_t room = static_cast<std::size_t>(outEnd - o) - 1;
             const std::size_t fits = fitLanes(utf32Costs<D>(units, n), n, room);
             if (fits < n) {
                 if (fits == 0) break;
                 n = fits;
                 units = _mm512_maskz_mov_epi32(static_cast<__mmask16>(low16(n)), units);
-                cut = true;
+            } else {
+                cut = false;  // all of it fits: the limit moves on after it
             }
         }
         const unsigned taken = checkUtf32(units, n);
