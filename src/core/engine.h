@@ -52,8 +52,6 @@ class Bulk {
 public:
     using S = SrcOf<P>;
     using D = DstOf<P>;
-    static_assert(simd::kFastBelow<S, D> == P::kFastBelow, "the kernels' fast characters are the pair's");
-
     Bulk() noexcept : Bulk(simd::active()) {}
     explicit Bulk(const simd::Kernels& kernels) noexcept : kernels_(simd::coreKernels<S, D>(kernels)) {}
 
@@ -67,8 +65,7 @@ public:
         // registers.
         const S* q = p;
         unsigned int n = out.n;
-        simd::SlowChar ignored;
-        kernels_.measure(&q, end, &n, &ignored);
+        kernels_.measure(&q, end, &n);
         backOff(p, q);
         p = q;
         out.n = n;
@@ -84,8 +81,7 @@ public:
         }
         const S* q = p;
         D* w = out.o;
-        simd::SlowChar ignored;
-        kernels_.convert(&q, end, &w, out.end, &ignored);
+        kernels_.convert(&q, end, &w, out.end);
         backOff(p, q);
         p = q;
         out.o = w;

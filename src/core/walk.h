@@ -42,17 +42,29 @@ inline bool worthAKernel(const U* p, const U* end) noexcept {
 // well-formed text from `read` up to the next zero unit or 0x01 (plain units
 // and what a run would make of the rest alike) is converted at once, into
 // [w, limit) less a margin, so that the end of the output, where the rules on
-// room differ, stays with the walk and the loop. True when the kernel took a
-// unit that is not plain: the text from where it stopped then belongs to a
-// pending run, as it would without the kernel.
+// room differ, stays with the walk and the loop. True when the text from
+// where the kernel stopped belongs to a pending run, as it would without the
+// kernel: the kernel took a unit that is not plain. That matters only where
+// it stopped before a plain unit (the output's room ran out), and is looked
+// up only then.
 template <class V>
-QEL_CALLS_KERNELS inline bool takeText(const simd::Kernels& kernels, const typename V::Src*& read, const typename V::Src* inEnd,
-                                       typename V::Dst*& w, const typename V::Dst* limit) noexcept {
-    const auto kernel = simd::convertText<typename V::Src, typename V::Dst>(kernels);
+QEL_CALLS_KERNELS inline bool takeText(const simd::Kernels& kernels, const typename V::Src*& read,
+                                       const typename V::Src* inEnd, typename V::Dst*& w,
+                                       const typename V::Dst* limit) noexcept {
+    using Src = typename V::Src;
+    const auto kernel = simd::convertText<Src, typename V::Dst>(kernels);
     if (kernel == nullptr || limit - w <= simd::kTextMargin) return false;
-    const typename V::Src* lastOther = nullptr;
-    kernel(&read, inEnd, &w, limit - simd::kTextMargin, &lastOther);
-    return lastOther != nullptr;
+    const Src* const from = read;
+    kernel(&read, inEnd, &w, limit - simd::kTextMargin);
+    if (read == inEnd || !isPlainUnit(*read)) return false;
+    const auto findSpecial = simd::scanKernels<Src>(kernels).findSpecial;
+    const Src* q = from;
+    if (findSpecial != nullptr && worthAKernel(q, read)) {
+        q = findSpecial(q, read);
+    } else {
+        while (q != read && isPlainUnit(*q)) ++q;
+    }
+    return q != read;
 }
 
 // The walk from `runStart` (also the first read position) to the input end

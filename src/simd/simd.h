@@ -11,12 +11,14 @@
 // last step of a run and every decision at its edges; the room is judged by
 // the output of the characters themselves, not by the most a unit can make.
 //
-//   convert(p, end, o, outEnd, last)  writes the characters taken at *o
-//   measure(p, end, n, last)          adds their output units to *n
+//   convert(p, end, o, outEnd)  writes the characters taken at *o
+//   measure(p, end, n)          adds their output units to *n
 //
-// `last` receives the input and output size of the last character taken
-// that is not a one-unit fast character of the pair (see kFastBelow), or is
-// left alone when there was none.
+// Every kernel answers with positions and a reason only: it moves *p past
+// what it read and *o (or *n) past what it wrote, and returns why it stopped
+// (Stop). It knows no family and works out no result of the library's:
+// success values, withdrawn characters and statuses are the engine's, judged
+// from the positions.
 //
 // Walker kernels look at a string whose end `end` is only compared for
 // equality (it may lie before p or be null: only a zero unit ends such a
@@ -60,21 +62,25 @@ namespace simd {
 enum class Isa { Scalar, QEL_SIMD_KNOWN(QEL_SIMD_ENUM) };
 #undef QEL_SIMD_ENUM
 
-// Sizes of a character taken by a core kernel.
-struct SlowChar {
-    int len = 0;   // input units, 0 when no such character was taken
-    int size = 0;  // output units
+// Why a kernel stopped where it did.
+enum class Stop : unsigned char {
+    End,    // at the end of what it may read
+    Other,  // before a unit it leaves to the per-character code: a zero unit,
+            // 0x01, a character it does not take (an ill-formed one above all)
+    Room,   // before a character whose output would not fit
 };
 
-// Units below this are one-unit characters on both sides of a pair: they
-// leave the success results alone in most kinds of core.
+// Why a kernel stopped at p with its output at o: the end of what it may
+// read (`last`), the room's end, or neither.
 template <class S, class D>
-constexpr u32 kFastBelow = (sizeof(S) > 1 && sizeof(D) > 1) ? 0xD800u : 0x80u;
+inline Stop stopAt(const S* p, const S* last, const D* o, const D* outEnd) noexcept {
+    return p == last ? Stop::End : o == outEnd ? Stop::Room : Stop::Other;
+}
 
 template <class S, class D>
 struct CoreKernels {
-    void (*convert)(const S** p, const S* end, D** o, const D* outEnd, SlowChar* last) noexcept = nullptr;
-    void (*measure)(const S** p, const S* end, unsigned int* n, SlowChar* last) noexcept = nullptr;
+    Stop (*convert)(const S** p, const S* end, D** o, const D* outEnd) noexcept = nullptr;
+    Stop (*measure)(const S** p, const S* end, unsigned int* n) noexcept = nullptr;
 };
 
 template <class U>
@@ -86,15 +92,14 @@ struct ScanKernels {
 template <class S, class D>
 using CopyPlain = void (*)(const S** p, const S* end, D** o, const D* oEnd) noexcept;
 
-// convertText(p, end, o, oEnd, lastOther): a walker kernel that converts
-// whole, well-formed characters from *p to *o, stopping before a zero unit,
-// 0x01, a character it does not convert (an ill-formed one above all), `end`,
-// or the first character whose output would pass oEnd: every character
-// before it whose output fits is taken, so that an output of exactly the
-// text's size is filled. When it took a unit from 0x80, *lastOther receives
-// the position just past the last such unit.
+// convertText(p, end, o, oEnd): a walker kernel that converts whole,
+// well-formed characters from *p to *o, stopping before a zero unit, 0x01, a
+// character it does not convert (an ill-formed one above all), `end`, or the
+// first character whose output would pass oEnd: every character before it
+// whose output fits is taken, so that an output of exactly the text's size
+// is filled.
 template <class S, class D>
-using ConvertText = void (*)(const S** p, const S* end, D** o, const D* oEnd, const S** lastOther) noexcept;
+using ConvertText = Stop (*)(const S** p, const S* end, D** o, const D* oEnd) noexcept;
 
 // What a walker leaves free behind convertText's output: a text that the
 // kernel converts is converted the same way by the walk's fast path and the

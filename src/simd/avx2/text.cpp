@@ -129,7 +129,6 @@ template <class S>
 struct Checked {
     const S* end;
     std::size_t units;    // their output units
-    const S* lastOther;   // a unit of the last of them that is not ASCII, or null
     bool stopped;         // what follows `end` is not taken (or the limit is near)
     bool pairs = false;   // UTF-16: the blocks held surrogates
 };
@@ -228,7 +227,6 @@ QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, st
     const u8* b = from;
     V prev = _mm256_setzero_si256();
     std::size_t units = 0;  // those of the blocks' lead bytes, that of a character not yet ended included
-    const u8* lastOther = nullptr;
     unsigned open = 0;       // bytes at the end of the block before of a character that goes on
     unsigned openUnits = 0;  // and its units
     // A block makes at most 32 units: with room for all of them, no block
@@ -247,17 +245,16 @@ QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, st
         // The characters up to position `upTo` (before a lead byte), or as
         // many of them as fit; ends the stretch.
         const auto endAt = [&](unsigned upTo) -> Checked<u8> {
-            if (units > room) return {b - open, units - openUnits, lastOther, true};
+            if (units > room) return {b - open, units - openUnits, true};
             if (unitsBefore(upTo) > room) upTo = fitPositions(upTo, room, unitsBefore);
-            const std::uint32_t taken = other & lowBits(upTo);
-            return {b + upTo, unitsBefore(upTo), taken != 0 ? b + highestBit(taken) : lastOther, true};
+            return {b + upTo, unitsBefore(upTo), true};
         };
         if (c.bad != 0) {
             // The characters end before the last lead byte before the fault
             // (which may leave out a good character before it), or before
             // the character that goes on from the block before.
             const std::uint32_t before = leads & lowBits(lowestBit(c.bad));
-            if (before == 0) return {b - open, units - openUnits, lastOther, true};
+            if (before == 0) return {b - open, units - openUnits, true};
             return endAt(highestBit(before));
         }
         // A character goes on when a lead byte stands last, one of three or
@@ -269,20 +266,10 @@ QEL_AVX2 inline Checked<u8> checkUtf8Stretch(const u8* from, const u8* limit, st
         units += ones(leads) + (kUtf16 ? ones(c.four) : 0);
         open = goesOn;
         openUnits = (from2 | from3 | from4) + (kUtf16 && (c.four >> 29) != 0 ? 1 : 0);
-        const std::uint32_t taken = other & lowBits(32 - open);
-        if (taken != 0) lastOther = b + highestBit(taken);
         prev = cur;
         b += 32;
     }
-    return {b - open, units - openUnits, lastOther, limit - b < 32};
-}
-
-// The sizes of the character that holds the byte at `other` (null: none).
-inline void reportUtf8(const u8* other, bool utf16, SlowChar* last) {
-    if (other == nullptr) return;
-    while (rules::isContinuation(*other)) --other;
-    last->len = rules::utf8LeadLength(*other);
-    last->size = utf16 && last->len == 4 ? 2 : 1;
+    return {b - open, units - openUnits, limit - b < 32};
 }
 
 // Widens 16 or 32 ASCII bytes into units of D.
@@ -389,14 +376,13 @@ QEL_AVX2 inline unsigned utf8Step(const u8* q, D* o) {
 }
 
 template <class D>
-QEL_AVX2 void utf8Convert(const u8** pp, const u8* end, D** oo, const D* outEnd, SlowChar* last) {
+QEL_AVX2 Stop utf8Convert(const u8** pp, const u8* end, D** oo, const D* outEnd) {
     const u8* p = *pp;
     D* o = *oo;
     const u8* const limit = end - 1;
     std::size_t room = static_cast<std::size_t>(outEnd - o) - 1;  // from `filled` on
     const u8* checked = p;  // the characters from p to here are checked
     D* filled = o;          // and their output ends here
-    const u8* lastOther = nullptr;
     for (;;) {
         if (p == checked) {
             // Whole blocks of ASCII in one pass.
@@ -412,7 +398,6 @@ QEL_AVX2 void utf8Convert(const u8** pp, const u8* end, D** oo, const D* outEnd,
             filled = o;
         }
         const Checked<u8> c = checkUtf8Stretch<sizeof(D) == 2>(checked, limit, room, kBlocksPerStretch);
-        if (c.lastOther != nullptr) lastOther = c.lastOther;
         checked = c.end;
         filled += c.units;
         room -= c.units;
@@ -436,17 +421,17 @@ QEL_AVX2 void utf8Convert(const u8** pp, const u8* end, D** oo, const D* outEnd,
             *o++ = cp;
         }
     }
-    reportUtf8(lastOther, sizeof(D) == 2, last);
     *pp = p;
     *oo = o;
+    return stopAt(p, limit, o, outEnd - 1);
 }
 
 template <bool kUtf16>
-QEL_AVX2 void utf8Measure(const u8** pp, const u8* end, unsigned int* n, SlowChar* last) {
+QEL_AVX2 Stop utf8Measure(const u8** pp, const u8* end, unsigned int* n) {
     const Checked<u8> c = checkUtf8Stretch<kUtf16>(*pp, end - 1, SIZE_MAX, SIZE_MAX);
     *n += static_cast<unsigned int>(c.units);
-    reportUtf8(c.lastOther, kUtf16, last);
     *pp = c.end;
+    return c.end == end - 1 ? Stop::End : Stop::Other;
 }
 
 // ---- UTF-16 and UTF-32 -> UTF-8 ---------------------------------------------------
@@ -468,12 +453,11 @@ QEL_AVX2 inline Checked<S> checkWideStretch(const S* from, const S* limit, std::
     constexpr std::ptrdiff_t kLanes = 32 / sizeof(S);
     const S* b = from;
     std::size_t units = 0;
-    const S* lastOther = nullptr;
     std::uint32_t carry = 0;  // 3 when the block before ended with a high surrogate
     bool pairs = false;
     const auto done = [&](bool stopped) {
-        if (carry != 0) return Checked<S>{b - 1, units - 2, lastOther, true, pairs};
-        return Checked<S>{b, units, lastOther, stopped, pairs};
+        if (carry != 0) return Checked<S>{b - 1, units - 2, true, pairs};
+        return Checked<S>{b, units, stopped, pairs};
     };
     for (; blocks > 0 && limit - b >= kLanes; --blocks) {
         const V v = load256(b);
@@ -493,13 +477,10 @@ QEL_AVX2 inline Checked<S> checkWideStretch(const S* from, const S* limit, std::
                     };
                     const unsigned fit = fitPositions(kLanes, room, bytesBefore);
                     units = bytesBefore(fit);
-                    const std::uint32_t ended = from80 & lowBits(2 * fit);
-                    if (ended != 0) lastOther = b + highestBit(ended) / 2;
                     b += fit;
                     return done(true);
                 }
                 units += more;
-                if (from80 != 0) lastOther = b + highestBit(from80) / 2;
                 b += kLanes;
                 continue;
             }
@@ -531,15 +512,10 @@ QEL_AVX2 inline Checked<S> checkWideStretch(const S* from, const S* limit, std::
                 if (fit != 0 && ((hi >> (2 * fit - 2)) & 1u) != 0) --fit;
                 if (fit != 0) carry = 0;
                 units = bytesBefore(fit);
-                const std::uint32_t ended = from80 & lowBits(2 * fit);
-                if (ended != 0) lastOther = b + highestBit(ended) / 2;
                 b += fit;
                 return done(true);
             }
             units += more;
-            // The high surrogate that ends the block is not the end of a character.
-            const std::uint32_t ended = from80 & in & ~(hi & 0xC0000000u);
-            if (ended != 0) lastOther = b + highestBit(ended) / 2;
             if (bad != 0) {
                 b += ones(in) / 2;
                 carry = 0;
@@ -567,32 +543,15 @@ QEL_AVX2 inline Checked<S> checkWideStretch(const S* from, const S* limit, std::
                 };
                 const unsigned fit = fitPositions(lanes, room, bytesBefore);
                 units = bytesBefore(fit);
-                const std::uint32_t ended = from80 & lowBits(4 * fit);
-                if (ended != 0) lastOther = b + highestBit(ended) / 4;
                 b += fit;
                 return done(true);
             }
             units += more;
-            if (from80 != 0) lastOther = b + highestBit(from80) / 4;
             b += lanes;
             if (lanes != kLanes) return done(true);
         }
     }
     return done(limit - b < kLanes);
-}
-
-// The sizes of the character that ends with the unit at `other` (null:
-// none): a taken low surrogate ends a pair.
-template <class S>
-inline void reportWide(const S* other, SlowChar* last) {
-    if (other == nullptr) return;
-    if (sizeof(S) == 2 && rules::isLowSurrogate(*other)) {
-        last->len = 2;
-        last->size = 4;
-        return;
-    }
-    last->len = 1;
-    last->size = rules::utf8Size(*other);
 }
 
 // Writes 8 units in 32-bit lanes as UTF-8: code points, those from 0x10000
@@ -690,7 +649,7 @@ QEL_AVX2 inline void wideSteps(const S*& p, const S* checked, char*& o, const ch
 }
 
 template <class S>
-QEL_AVX2 void wideToUtf8Convert(const S** pp, const S* end, char** oo, const char* outEnd, SlowChar* last) {
+QEL_AVX2 Stop wideToUtf8Convert(const S** pp, const S* end, char** oo, const char* outEnd) {
     constexpr std::ptrdiff_t kLanes = 32 / sizeof(S);
     const S* p = *pp;
     char* o = *oo;
@@ -698,7 +657,6 @@ QEL_AVX2 void wideToUtf8Convert(const S** pp, const S* end, char** oo, const cha
     std::size_t room = static_cast<std::size_t>(outEnd - o) - 1;
     const S* checked = p;  // the units from p to here are checked
     char* filled = o;      // and their UTF-8 ends here
-    const S* lastOther = nullptr;
     const S* pairsEnd = p;  // the checked units from here hold no surrogates
     for (;;) {
         if (p == checked) {
@@ -721,7 +679,6 @@ QEL_AVX2 void wideToUtf8Convert(const S** pp, const S* end, char** oo, const cha
             filled = o;
         }
         const Checked<S> c = checkWideStretch(checked, limit, room, kBlocksPerStretch);
-        if (c.lastOther != nullptr) lastOther = c.lastOther;
         checked = c.end;
         filled += c.units;
         room -= c.units;
@@ -744,46 +701,44 @@ QEL_AVX2 void wideToUtf8Convert(const S** pp, const S* end, char** oo, const cha
         }
         o += rules::encodeUtf8(cp, o);
     }
-    reportWide(lastOther, last);
     *pp = p;
     *oo = o;
+    return stopAt(p, limit, o, outEnd - 1);
 }
 
 template <class S>
-QEL_AVX2 void wideToUtf8Measure(const S** pp, const S* end, unsigned int* n, SlowChar* last) {
+QEL_AVX2 Stop wideToUtf8Measure(const S** pp, const S* end, unsigned int* n) {
     const Checked<S> c = checkWideStretch(*pp, end - 1, SIZE_MAX, SIZE_MAX);
     *n += static_cast<unsigned int>(c.units);
-    reportWide(c.lastOther, last);
     *pp = c.end;
+    return c.end == end - 1 ? Stop::End : Stop::Other;
 }
 
 }  // namespace
 
-QEL_AVX2 void utf8ToUtf16Convert(const u8** p, const u8* end, u16** o, const u16* outEnd, SlowChar* last) noexcept {
-    utf8Convert(p, end, o, outEnd, last);
+QEL_AVX2 Stop utf8ToUtf16Convert(const u8** p, const u8* end, u16** o, const u16* outEnd) noexcept {
+    return utf8Convert(p, end, o, outEnd);
 }
-QEL_AVX2 void utf8ToUtf16Measure(const u8** p, const u8* end, unsigned int* n, SlowChar* last) noexcept {
-    utf8Measure<true>(p, end, n, last);
+QEL_AVX2 Stop utf8ToUtf16Measure(const u8** p, const u8* end, unsigned int* n) noexcept {
+    return utf8Measure<true>(p, end, n);
 }
-QEL_AVX2 void utf8ToUtf32Convert(const u8** p, const u8* end, u32** o, const u32* outEnd, SlowChar* last) noexcept {
-    utf8Convert(p, end, o, outEnd, last);
+QEL_AVX2 Stop utf8ToUtf32Convert(const u8** p, const u8* end, u32** o, const u32* outEnd) noexcept {
+    return utf8Convert(p, end, o, outEnd);
 }
-QEL_AVX2 void utf8ToUtf32Measure(const u8** p, const u8* end, unsigned int* n, SlowChar* last) noexcept {
-    utf8Measure<false>(p, end, n, last);
+QEL_AVX2 Stop utf8ToUtf32Measure(const u8** p, const u8* end, unsigned int* n) noexcept {
+    return utf8Measure<false>(p, end, n);
 }
-QEL_AVX2 void utf16ToUtf8Convert(const u16** p, const u16* end, char** o, const char* outEnd,
-                                 SlowChar* last) noexcept {
-    wideToUtf8Convert(p, end, o, outEnd, last);
+QEL_AVX2 Stop utf16ToUtf8Convert(const u16** p, const u16* end, char** o, const char* outEnd) noexcept {
+    return wideToUtf8Convert(p, end, o, outEnd);
 }
-QEL_AVX2 void utf16ToUtf8Measure(const u16** p, const u16* end, unsigned int* n, SlowChar* last) noexcept {
-    wideToUtf8Measure(p, end, n, last);
+QEL_AVX2 Stop utf16ToUtf8Measure(const u16** p, const u16* end, unsigned int* n) noexcept {
+    return wideToUtf8Measure(p, end, n);
 }
-QEL_AVX2 void utf32ToUtf8Convert(const u32** p, const u32* end, char** o, const char* outEnd,
-                                 SlowChar* last) noexcept {
-    wideToUtf8Convert(p, end, o, outEnd, last);
+QEL_AVX2 Stop utf32ToUtf8Convert(const u32** p, const u32* end, char** o, const char* outEnd) noexcept {
+    return wideToUtf8Convert(p, end, o, outEnd);
 }
-QEL_AVX2 void utf32ToUtf8Measure(const u32** p, const u32* end, unsigned int* n, SlowChar* last) noexcept {
-    wideToUtf8Measure(p, end, n, last);
+QEL_AVX2 Stop utf32ToUtf8Measure(const u32** p, const u32* end, unsigned int* n) noexcept {
+    return wideToUtf8Measure(p, end, n);
 }
 
 }  // namespace avx2

@@ -12,14 +12,14 @@ namespace qel {
 namespace simd {
 namespace avx2 {
 
-void utf8ToUtf16Convert(const u8** p, const u8* end, u16** o, const u16* outEnd, SlowChar* last) noexcept;
-void utf8ToUtf16Measure(const u8** p, const u8* end, unsigned int* n, SlowChar* last) noexcept;
-void utf8ToUtf32Convert(const u8** p, const u8* end, u32** o, const u32* outEnd, SlowChar* last) noexcept;
-void utf8ToUtf32Measure(const u8** p, const u8* end, unsigned int* n, SlowChar* last) noexcept;
-void utf16ToUtf8Convert(const u16** p, const u16* end, char** o, const char* outEnd, SlowChar* last) noexcept;
-void utf16ToUtf8Measure(const u16** p, const u16* end, unsigned int* n, SlowChar* last) noexcept;
-void utf32ToUtf8Convert(const u32** p, const u32* end, char** o, const char* outEnd, SlowChar* last) noexcept;
-void utf32ToUtf8Measure(const u32** p, const u32* end, unsigned int* n, SlowChar* last) noexcept;
+Stop utf8ToUtf16Convert(const u8** p, const u8* end, u16** o, const u16* outEnd) noexcept;
+Stop utf8ToUtf16Measure(const u8** p, const u8* end, unsigned int* n) noexcept;
+Stop utf8ToUtf32Convert(const u8** p, const u8* end, u32** o, const u32* outEnd) noexcept;
+Stop utf8ToUtf32Measure(const u8** p, const u8* end, unsigned int* n) noexcept;
+Stop utf16ToUtf8Convert(const u16** p, const u16* end, char** o, const char* outEnd) noexcept;
+Stop utf16ToUtf8Measure(const u16** p, const u16* end, unsigned int* n) noexcept;
+Stop utf32ToUtf8Convert(const u32** p, const u32* end, char** o, const char* outEnd) noexcept;
+Stop utf32ToUtf8Measure(const u32** p, const u32* end, unsigned int* n) noexcept;
 
 }  // namespace avx2
 }  // namespace simd

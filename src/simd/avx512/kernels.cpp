@@ -307,17 +307,6 @@ QEL_AVX512 inline V codePoints16(const Utf8Block& blk) {
     return _mm512_and_si512(acc, _mm512_mask_mov_epi16(b16<0xFFFF>(), m2 & ~m3, b16<0x7FF>()));
 }
 
-// The sizes of the last multi-byte character among the first `chars` of a
-// block, if any.
-QEL_AVX512 inline void lastUtf8Char(const Utf8Block& blk, unsigned chars, bool utf16, SlowChar* last) {
-    const std::uint64_t slow = blk.two & low64(chars);
-    if (slow == 0) return;
-    const unsigned k = highestBit(slow);
-    const int len = ((blk.four >> k) & 1u) ? 4 : ((blk.three >> k) & 1u) ? 3 : 2;
-    last->len = len;
-    last->size = (utf16 && len == 4) ? 2 : 1;
-}
-
 // Writes 16 code points (lanes in `live`, a prefix) as UTF-16; returns the
 // units written.
 QEL_AVX512 inline unsigned storeUtf16(V cp, __mmask16 live, u16* o) {
@@ -547,16 +536,6 @@ QEL_AVX512 inline unsigned writeFast(const FastBlock& blk, D* o) {
     }
 }
 
-// The sizes of the last multi-byte character of a well-formed block at p.
-inline void lastFastChar(const u8* p, std::uint64_t multi, bool toUtf16, SlowChar* last) {
-    if (multi == 0) return;
-    const unsigned k = 63u - static_cast<unsigned>(__builtin_clzll(multi));
-    const u32 lead = p[k];
-    const int len = lead >= 0xF0u ? 4 : lead >= 0xE0u ? 3 : 2;
-    last->len = len;
-    last->size = (toUtf16 && len == 4) ? 2 : 1;
-}
-
 // ---- UTF-8 -> UTF-16 and UTF-32 ---------------------------------------------------
 
 // The output of the first n bytes of `in` (see LaneCosts): one unit per lead
@@ -637,9 +616,8 @@ QEL_AVX512 inline unsigned writeGeneral(const Utf8Block& blk, D* o) {
 }
 
 template <bool kToUtf16>
-QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditional<kToUtf16, u16, u32>::type** oo,
-                            const typename std::conditional<kToUtf16, u16, u32>::type* outEnd,
-                            SlowChar* last) noexcept {
+QEL_AVX512 Stop utf8Convert(const u8** pp, const u8* end, typename std::conditional<kToUtf16, u16, u32>::type** oo,
+                            const typename std::conditional<kToUtf16, u16, u32>::type* outEnd) noexcept {
     const u8* p = *pp;
     auto* o = *oo;
     const u8* limit = p;
@@ -684,7 +662,6 @@ QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditio
         FastBlock fast;
         if (checkFast(in, whole, fast)) {
             o += writeFast(fast, o);
-            lastFastChar(p, fast.multi, kToUtf16, last);
             p += whole;
             if (cut) break;
             continue;
@@ -696,7 +673,6 @@ QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditio
         Utf8Block blk;
         decodeUtf8(in, whole, blk);
         o += writeGeneral(blk, o);
-        lastUtf8Char(blk, blk.chars, kToUtf16, last);
         // Past an ill-formed character the per-character code takes over.
         if (!tookWhole(blk)) {
             p += blk.bytes;
@@ -707,10 +683,11 @@ QEL_AVX512 void utf8Convert(const u8** pp, const u8* end, typename std::conditio
     }
     *pp = p;
     *oo = o;
+    return stopAt(p, end - 1, o, outEnd - 1);
 }
 
 template <bool kToUtf16>
-QEL_AVX512 void utf8Measure(const u8** pp, const u8* end, unsigned int* count, SlowChar* last) noexcept {
+QEL_AVX512 Stop utf8Measure(const u8** pp, const u8* end, unsigned int* count) noexcept {
     const u8* p = *pp;
     unsigned int total = *count;
     for (;;) {
@@ -727,7 +704,6 @@ QEL_AVX512 void utf8Measure(const u8** pp, const u8* end, unsigned int* count, S
         if (checkFast(in, whole, fast)) {
             total += static_cast<unsigned>(_mm_popcnt_u64(fast.lead));
             if (kToUtf16) total += static_cast<unsigned>(_mm_popcnt_u64(fast.four));
-            lastFastChar(p, fast.multi, kToUtf16, last);
             p += whole;
             continue;
         }
@@ -736,7 +712,6 @@ QEL_AVX512 void utf8Measure(const u8** pp, const u8* end, unsigned int* count, S
         decodeUtf8(in, whole, blk);
         total += blk.chars;
         if (kToUtf16) total += static_cast<unsigned>(_mm_popcnt_u64(blk.four & low64(blk.chars)));
-        lastUtf8Char(blk, blk.chars, kToUtf16, last);
         // Past an ill-formed character the per-character code takes over.
         if (!tookWhole(blk)) {
             p += blk.bytes;
@@ -746,6 +721,7 @@ QEL_AVX512 void utf8Measure(const u8** pp, const u8* end, unsigned int* count, S
     }
     *pp = p;
     *count = total;
+    return p == end - 1 ? Stop::End : Stop::Other;
 }
 
 // ---- UTF-16 -> UTF-8 and UTF-32 -----------------------------------------------------
@@ -772,32 +748,6 @@ QEL_AVX512 inline Utf16Block checkUtf16(V units, std::size_t n, std::uint32_t ne
     const unsigned taken = bad == 0 ? static_cast<unsigned>(n) : static_cast<unsigned>(_tzcnt_u32(bad));
     return {taken, high, low};
 }
-
-// The last step of a UTF-16 kernel that took a unit from 0x80, kept as
-// masks and worked out into the sizes in UTF-8 of its last such character
-// once, when the kernel ends: a surrogate pair when that unit is a low
-// surrogate, three bytes when it is in `big` (from 0x800).
-struct Utf16Seen {
-    std::uint32_t slow = 0, big = 0, low = 0;
-    void note(std::uint32_t s, std::uint32_t b, std::uint32_t l) {
-        if (s != 0) {
-            slow = s;
-            big = b;
-            low = l;
-        }
-    }
-    void report(SlowChar* last) const {
-        if (slow == 0) return;
-        const unsigned k = 31u - static_cast<unsigned>(__builtin_clz(slow));
-        if ((low >> k) & 1u) {
-            last->len = 2;
-            last->size = 4;
-        } else {
-            last->len = 1;
-            last->size = ((big >> k) & 1u) ? 3 : 2;
-        }
-    }
-};
 
 // Writes the units in `take` (whole characters; surrogate pairs with their
 // high half in `high` and low half in `low`, `following` the unit after each)
@@ -867,10 +817,8 @@ QEL_AVX512 inline unsigned storeThreeByteForms(V u, unsigned taken, char* o) {
 }
 
 // Writes the first `taken` units of a step (with surrogate masks from
-// checkUtf16) as UTF-8 and notes the last non-ASCII character; returns the
-// bytes written.
-QEL_AVX512 inline unsigned emitUtf16ToUtf8(V units, V following, const Utf16Block& blk, unsigned taken, char* o,
-                                           Utf16Seen& seen) {
+// checkUtf16) as UTF-8; returns the bytes written.
+QEL_AVX512 inline unsigned emitUtf16ToUtf8(V units, V following, const Utf16Block& blk, unsigned taken, char* o) {
     const std::uint32_t take = low32(taken);
     const std::uint32_t slow = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x80>());
     const std::uint32_t big = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x800>());
@@ -892,16 +840,14 @@ QEL_AVX512 inline unsigned emitUtf16ToUtf8(V units, V following, const Utf16Bloc
     } else {
         written = storeUtf16AsUtf8(units, following, take, blk.high, blk.low, o);
     }
-    seen.note(slow, big, blk.low);
     return written;
 }
 
 // The bytes that the first `taken` units of a step make in UTF-8.
-QEL_AVX512 inline unsigned countUtf16ToUtf8(V units, const Utf16Block& blk, unsigned taken, Utf16Seen& seen) {
+QEL_AVX512 inline unsigned countUtf16ToUtf8(V units, const Utf16Block& blk, unsigned taken) {
     const std::uint32_t take = low32(taken);
     const std::uint32_t slow = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x80>());
     const std::uint32_t big = _mm512_mask_cmpge_epu16_mask(take, units, b16<0x800>()) & ~(blk.high | blk.low);
-    seen.note(slow, big, blk.low);
     // One byte per unit, one more from 0x80, one more again for a three-byte
     // unit; a surrogate pair makes 2 + 2.
     return taken + static_cast<unsigned>(_mm_popcnt_u32(slow)) + static_cast<unsigned>(_mm_popcnt_u32(big));
@@ -938,10 +884,9 @@ QEL_AVX512 inline unsigned emitUtf16ToUtf32(V units, V following, const Utf16Blo
 
 // Writes the first `taken` units of a step as UTF-8 or UTF-32.
 template <class D>
-QEL_AVX512 inline unsigned emitUtf16(V units, V following, const Utf16Block& blk, unsigned taken, D* o,
-                                     Utf16Seen& seen) {
+QEL_AVX512 inline unsigned emitUtf16(V units, V following, const Utf16Block& blk, unsigned taken, D* o) {
     if constexpr (sizeof(D) == 1) {
-        return emitUtf16ToUtf8(units, following, blk, taken, o, seen);
+        return emitUtf16ToUtf8(units, following, blk, taken, o);
     } else {
         return emitUtf16ToUtf32(units, following, blk, taken, o);
     }
@@ -978,14 +923,12 @@ QEL_AVX512 inline LaneCosts utf16Costs(V units, std::size_t n) {
 // so that steps follow each other without waiting on them; a step that takes
 // less than its size ends the kernel.
 template <class D, bool kMeasure, unsigned kPerUnit>
-QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D* outEnd, unsigned int* count,
-                                 SlowChar* last) {
+QEL_AVX512 inline Stop utf16Loop(const u16** pp, const u16* end, D** oo, const D* outEnd, unsigned int* count) {
     const u16* p = *pp;
     D* o = kMeasure ? nullptr : *oo;
     const u16* limit = p;
     WideRetry wide(p);
     unsigned int total = kMeasure ? *count : 0;
-    Utf16Seen seen;
     std::uint32_t carried = 0;
     for (;;) {
         if (!kMeasure && p >= limit) limit = inputLimit(p, end, o, outEnd, kPerUnit);
@@ -1030,10 +973,7 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
         if (!whole && carried != 0) {
             ++p;
             carried = 0;
-            if constexpr (sizeof(D) == 1) {
-                seen.note(1, 1, 1);
-                if constexpr (kMeasure) total += 2;
-            }
+            if constexpr (sizeof(D) == 1 && kMeasure) total += 2;
             continue;
         }
         // Near the room's end: a step over the input, cut to the characters
@@ -1057,13 +997,13 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
         const unsigned taken = blk.taken;
         if constexpr (kMeasure) {
             if constexpr (sizeof(D) == 1) {
-                total += countUtf16ToUtf8(units, blk, taken, seen);
+                total += countUtf16ToUtf8(units, blk, taken);
             } else {
                 total += taken - static_cast<unsigned>(_mm_popcnt_u32(blk.low & low32(taken)));
             }
         } else {
             // The unit after each lane: p + n lies before the limit.
-            o += emitUtf16(units, _mm512_maskz_loadu_epi16(low32(n), p + 1), blk, taken, o, seen);
+            o += emitUtf16(units, _mm512_maskz_loadu_epi16(low32(n), p + 1), blk, taken, o);
         }
         if (taken != n) {
             p += taken;
@@ -1073,29 +1013,28 @@ QEL_AVX512 inline void utf16Loop(const u16** pp, const u16* end, D** oo, const D
         p += n;
         if (cut) break;
     }
-    seen.report(last);
     *pp = p;
     if constexpr (kMeasure) {
         *count = total;
+        return p == end - 1 ? Stop::End : Stop::Other;
     } else {
         *oo = o;
+        return stopAt(p, end - 1, o, outEnd - 1);
     }
 }
 
-QEL_AVX512 void utf16ToUtf8Convert(const u16** pp, const u16* end, char** oo, const char* outEnd,
-                                   SlowChar* last) noexcept {
+QEL_AVX512 Stop utf16ToUtf8Convert(const u16** pp, const u16* end, char** oo, const char* outEnd) noexcept {
     // At most three bytes per unit.
-    utf16Loop<char, false, 3>(pp, end, oo, outEnd, nullptr, last);
+    return utf16Loop<char, false, 3>(pp, end, oo, outEnd, nullptr);
 }
-QEL_AVX512 void utf16ToUtf8Measure(const u16** pp, const u16* end, unsigned int* count, SlowChar* last) noexcept {
-    utf16Loop<char, true, 3>(pp, end, nullptr, nullptr, count, last);
+QEL_AVX512 Stop utf16ToUtf8Measure(const u16** pp, const u16* end, unsigned int* count) noexcept {
+    return utf16Loop<char, true, 3>(pp, end, nullptr, nullptr, count);
 }
-QEL_AVX512 void utf16ToUtf32Convert(const u16** pp, const u16* end, u32** oo, const u32* outEnd,
-                                    SlowChar* last) noexcept {
-    utf16Loop<u32, false, 1>(pp, end, oo, outEnd, nullptr, last);
+QEL_AVX512 Stop utf16ToUtf32Convert(const u16** pp, const u16* end, u32** oo, const u32* outEnd) noexcept {
+    return utf16Loop<u32, false, 1>(pp, end, oo, outEnd, nullptr);
 }
-QEL_AVX512 void utf16ToUtf32Measure(const u16** pp, const u16* end, unsigned int* count, SlowChar* last) noexcept {
-    utf16Loop<u32, true, 1>(pp, end, nullptr, nullptr, count, last);
+QEL_AVX512 Stop utf16ToUtf32Measure(const u16** pp, const u16* end, unsigned int* count) noexcept {
+    return utf16Loop<u32, true, 1>(pp, end, nullptr, nullptr, count);
 }
 
 // ---- UTF-32 -> UTF-8 and UTF-16 ------------------------------------------------------
@@ -1123,21 +1062,10 @@ QEL_AVX512 inline LaneCosts utf32Costs(V units, std::size_t n) {
     return c;
 }
 
-// The sizes of the last unit in `slow` (a mask of units) of a step: its size
-// in UTF-8 by whether it is in `m3` (from 0x800) and `m4` (from 0x10000), or
-// in UTF-16 by `m4`.
-inline void lastUtf32Char(std::uint32_t slow, std::uint32_t m3, std::uint32_t m4, bool toUtf8, SlowChar* last) {
-    if (slow == 0) return;
-    const unsigned k = 31u - static_cast<unsigned>(__builtin_clz(slow));
-    const bool three = (m3 >> k) & 1u, four = (m4 >> k) & 1u;
-    last->len = 1;
-    last->size = toUtf8 ? (four ? 4 : three ? 3 : 2) : (four ? 2 : 1);
-}
-
 // Writes the first `taken` units of a step as UTF-8 or UTF-16, or counts the
-// units they make; notes the last character that is not a fast one.
+// units they make.
 template <class D>
-QEL_AVX512 inline unsigned emitUtf32(V units, unsigned taken, D* o, SlowChar* last) {
+QEL_AVX512 inline unsigned emitUtf32(V units, unsigned taken, D* o) {
     const __mmask16 take = static_cast<__mmask16>(low16(taken));
     if constexpr (sizeof(D) == 1) {
         const __mmask16 slow = _mm512_mask_cmpge_epu32_mask(take, units, b32<0x80>());
@@ -1145,26 +1073,20 @@ QEL_AVX512 inline unsigned emitUtf32(V units, unsigned taken, D* o, SlowChar* la
             _mm512_mask_cvtepi32_storeu_epi8(o, take, units);
             return taken;
         }
-        lastUtf32Char(slow, _mm512_mask_cmpge_epu32_mask(take, units, b32<0x800>()),
-                      _mm512_mask_cmpge_epu32_mask(take, units, b32<0x10000>()), true, last);
         return storeUtf8(units, take, o);
     } else {
-        lastUtf32Char(_mm512_mask_cmpge_epu32_mask(take, units, b32<0xD800u>()), 0,
-                      _mm512_mask_cmpge_epu32_mask(take, units, b32<0x10000>()), false, last);
         return storeUtf16(units, take, o);
     }
 }
 template <class D>
-QEL_AVX512 inline unsigned countUtf32(V units, unsigned taken, SlowChar* last) {
+QEL_AVX512 inline unsigned countUtf32(V units, unsigned taken) {
     const __mmask16 take = static_cast<__mmask16>(low16(taken));
     const __mmask16 m4 = _mm512_mask_cmpge_epu32_mask(take, units, b32<0x10000>());
     if constexpr (sizeof(D) == 1) {
         const __mmask16 slow = _mm512_mask_cmpge_epu32_mask(take, units, b32<0x80>());
         const __mmask16 m3 = _mm512_mask_cmpge_epu32_mask(take, units, b32<0x800>());
-        lastUtf32Char(slow, m3, m4, true, last);
         return taken + static_cast<unsigned>(_mm_popcnt_u32(slow) + _mm_popcnt_u32(m3) + _mm_popcnt_u32(m4));
     } else {
-        lastUtf32Char(_mm512_mask_cmpge_epu32_mask(take, units, b32<0xD800u>()), 0, m4, false, last);
         return taken + static_cast<unsigned>(_mm_popcnt_u32(m4));
     }
 }
@@ -1173,8 +1095,7 @@ QEL_AVX512 inline unsigned countUtf32(V units, unsigned taken, SlowChar* last) {
 // full size whenever they take it; the first unit that is no code point
 // ends the kernel.
 template <class D, bool kMeasure, unsigned kPerUnit>
-QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D* outEnd, unsigned int* count,
-                                 SlowChar* last) {
+QEL_AVX512 inline Stop utf32Loop(const u32** pp, const u32* end, D** oo, const D* outEnd, unsigned int* count) {
     const u32* p = *pp;
     D* o = kMeasure ? nullptr : *oo;
     const u32* limit = p;
@@ -1202,12 +1123,6 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
                     _mm512_cmplt_epu32_mask(_mm512_sub_epi32(u2, surrogate), span) |
                     _mm512_cmplt_epu32_mask(_mm512_sub_epi32(u3, surrogate), span);
                 simple = sur == 0 && _mm512_cmpge_epu32_mask(top, b32<0x10000u>()) == 0;
-                if (simple && _mm512_cmpge_epu32_mask(top, surrogate) != 0) {
-                    // Units from 0xE000 are one unit each, but they set the
-                    // success value.
-                    last->len = 1;
-                    last->size = 1;
-                }
             }
             if (simple) {
                 if constexpr (kMeasure) {
@@ -1247,9 +1162,6 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
                 } else if constexpr (sizeof(D) == 1) {
                     o += storeUtf16AsUtf8(units16, units16, ~0u, 0, 0, reinterpret_cast<char*>(o));
                 }
-                Utf16Seen seen;
-                seen.note(slow, big, 0);
-                seen.report(last);
                 p += 32;
                 continue;
             }
@@ -1274,17 +1186,17 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
         const unsigned taken = checkUtf32(units, n);
         if (taken != n) {
             if constexpr (kMeasure) {
-                total += countUtf32<D>(units, taken, last);
+                total += countUtf32<D>(units, taken);
             } else {
-                o += emitUtf32(units, taken, o, last);
+                o += emitUtf32(units, taken, o);
             }
             p += taken;
             break;
         }
         if constexpr (kMeasure) {
-            total += countUtf32<D>(units, static_cast<unsigned>(n), last);
+            total += countUtf32<D>(units, static_cast<unsigned>(n));
         } else {
-            o += emitUtf32(units, static_cast<unsigned>(n), o, last);
+            o += emitUtf32(units, static_cast<unsigned>(n), o);
         }
         p += n;
         if (cut) break;
@@ -1292,24 +1204,24 @@ QEL_AVX512 inline void utf32Loop(const u32** pp, const u32* end, D** oo, const D
     *pp = p;
     if constexpr (kMeasure) {
         *count = total;
+        return p == end - 1 ? Stop::End : Stop::Other;
     } else {
         *oo = o;
+        return stopAt(p, end - 1, o, outEnd - 1);
     }
 }
 
-QEL_AVX512 void utf32ToUtf8Convert(const u32** pp, const u32* end, char** oo, const char* outEnd,
-                                   SlowChar* last) noexcept {
-    utf32Loop<char, false, 4>(pp, end, oo, outEnd, nullptr, last);
+QEL_AVX512 Stop utf32ToUtf8Convert(const u32** pp, const u32* end, char** oo, const char* outEnd) noexcept {
+    return utf32Loop<char, false, 4>(pp, end, oo, outEnd, nullptr);
 }
-QEL_AVX512 void utf32ToUtf8Measure(const u32** pp, const u32* end, unsigned int* count, SlowChar* last) noexcept {
-    utf32Loop<char, true, 4>(pp, end, nullptr, nullptr, count, last);
+QEL_AVX512 Stop utf32ToUtf8Measure(const u32** pp, const u32* end, unsigned int* count) noexcept {
+    return utf32Loop<char, true, 4>(pp, end, nullptr, nullptr, count);
 }
-QEL_AVX512 void utf32ToUtf16Convert(const u32** pp, const u32* end, u16** oo, const u16* outEnd,
-                                    SlowChar* last) noexcept {
-    utf32Loop<u16, false, 2>(pp, end, oo, outEnd, nullptr, last);
+QEL_AVX512 Stop utf32ToUtf16Convert(const u32** pp, const u32* end, u16** oo, const u16* outEnd) noexcept {
+    return utf32Loop<u16, false, 2>(pp, end, oo, outEnd, nullptr);
 }
-QEL_AVX512 void utf32ToUtf16Measure(const u32** pp, const u32* end, unsigned int* count, SlowChar* last) noexcept {
-    utf32Loop<u16, true, 2>(pp, end, nullptr, nullptr, count, last);
+QEL_AVX512 Stop utf32ToUtf16Measure(const u32** pp, const u32* end, unsigned int* count) noexcept {
+    return utf32Loop<u16, true, 2>(pp, end, nullptr, nullptr, count);
 }
 
 // ---- walker kernels ---------------------------------------------------------------
@@ -1500,7 +1412,7 @@ QEL_AVX512_SCAN void copyPlain(const S** pp, const S* end, D** oo, const D* oEnd
 // Steps that leave nothing over between them.
 struct NothingCarried {
     template <class S>
-    void settle(const S*& /*p*/, const S*& /*otherStep*/, std::uint64_t& /*otherMask*/) {}
+    void settle(const S*& /*p*/) {}
 };
 
 template <class D>
@@ -1549,17 +1461,16 @@ struct Utf16Text {
     // a step moves on by all its units, a high surrogate in its last lane
     // taking its low half from the next step.
     QEL_AVX512 std::size_t take(const u16* p, V units, std::size_t n, D*& o, bool& more, bool ahead) {
-        Utf16Seen ignored;
         if (ahead) {
             const Utf16Block blk = checkUtf16(units, n, lowSurrogateAt(p + n) << 31, carried);
             const V following = _mm512_loadu_si512(p + 1);
             more = true;
             if (blk.taken == n) {
-                o += emitUtf16(units, following, blk, static_cast<unsigned>(n), o, ignored);
+                o += emitUtf16(units, following, blk, static_cast<unsigned>(n), o);
                 carried = blk.high >> 31;
                 return n;
             }
-            o += emitUtf16(units, following, blk, blk.taken, o, ignored);
+            o += emitUtf16(units, following, blk, blk.taken, o);
             carried = 0;
             more = false;
             return blk.taken;
@@ -1573,18 +1484,16 @@ struct Utf16Text {
         if (size != 0 && blk.taken == size) {
             // The usual case, apart so that the step's size does not wait on
             // the checks.
-            o += emitUtf16(units, following, blk, static_cast<unsigned>(size), o, ignored);
+            o += emitUtf16(units, following, blk, static_cast<unsigned>(size), o);
             return size;
         }
-        o += emitUtf16(units, following, blk, blk.taken, o, ignored);
+        o += emitUtf16(units, following, blk, blk.taken, o);
         more = false;
         return blk.taken;
     }
     // Takes the low half that the last step left over, if any.
-    void settle(const u16*& p, const u16*& otherStep, std::uint64_t& otherMask) {
+    void settle(const u16*& p) {
         if (carried != 0) {
-            otherStep = p;
-            otherMask = 1;
             ++p;
             carried = 0;
         }
@@ -1597,13 +1506,12 @@ struct Utf32Text : NothingCarried {
     QEL_AVX512 static LaneCosts costs(V units, std::size_t n) { return utf32Costs<D>(units, n); }
     QEL_AVX512 std::size_t take(const u32* /*p*/, V units, std::size_t n, D*& o, bool& more, bool /*ahead*/) {
         const unsigned taken = checkUtf32(units, n);
-        SlowChar ignored;
         if (taken == n) {
-            o += emitUtf32(units, static_cast<unsigned>(n), o, &ignored);
+            o += emitUtf32(units, static_cast<unsigned>(n), o);
             more = true;
             return n;
         }
-        o += emitUtf32(units, taken, o, &ignored);
+        o += emitUtf32(units, taken, o);
         more = false;
         return taken;
     }
@@ -1611,12 +1519,11 @@ struct Utf32Text : NothingCarried {
 
 // Whole vectors of units that a pair takes without any check but the unit
 // range: 64 units of UTF-16 or UTF-32 that are ASCII, or of the BMP without
-// surrogates between UTF-16 and UTF-32 (otherMask then marks those from
-// 0x80). Returns false (writing nothing) when the 64 units are not all such
+// surrogates between UTF-16 and UTF-32. Returns false (writing nothing) when the 64 units are not all such
 // units, or any of them is a zero unit or 0x01; UTF-8 takes no such step, as
 // its own steps are as wide.
 template <class S, class D>
-QEL_AVX512_SCAN inline bool wideText(const S* p, D* o, std::uint64_t& otherMask) {
+QEL_AVX512_SCAN inline bool wideText(const S* p, D* o) {
     if constexpr (sizeof(S) == 1) {
         return false;  // the step itself is as wide
     } else if constexpr (sizeof(S) == 2) {
@@ -1635,9 +1542,6 @@ QEL_AVX512_SCAN inline bool wideText(const S* p, D* o, std::uint64_t& otherMask)
             _mm512_storeu_si512(o + 16, _mm512_cvtepu16_epi32(half<1>(u0)));
             _mm512_storeu_si512(o + 32, _mm512_cvtepu16_epi32(half<0>(u1)));
             _mm512_storeu_si512(o + 48, _mm512_cvtepu16_epi32(half<1>(u1)));
-            const std::uint64_t other = _mm512_cmpge_epu16_mask(u0, b16<0x80>()) |
-                                        (static_cast<std::uint64_t>(_mm512_cmpge_epu16_mask(u1, b16<0x80>())) << 32);
-            otherMask = other;
         }
         return true;
     } else {
@@ -1663,24 +1567,9 @@ QEL_AVX512_SCAN inline bool wideText(const S* p, D* o, std::uint64_t& otherMask)
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 16), _mm512_cvtepi32_epi16(u1));
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 32), _mm512_cvtepi32_epi16(u2));
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(o + 48), _mm512_cvtepi32_epi16(u3));
-            const V ascii = b32<0x80>();
-            const std::uint64_t other =
-                static_cast<std::uint64_t>(_mm512_cmpge_epu32_mask(u0, ascii)) |
-                (static_cast<std::uint64_t>(_mm512_cmpge_epu32_mask(u1, ascii)) << 16) |
-                (static_cast<std::uint64_t>(_mm512_cmpge_epu32_mask(u2, ascii)) << 32) |
-                (static_cast<std::uint64_t>(_mm512_cmpge_epu32_mask(u3, ascii)) << 48);
-            otherMask = other;
         }
         return true;
     }
-}
-
-// Lanes (of the first n) holding a unit from 0x80.
-template <class U>
-QEL_AVX512 inline std::uint64_t nonAsciiLanes(V v, std::size_t n) {
-    if constexpr (sizeof(U) == 1) return _mm512_movepi8_mask(v) & low64(n);
-    else if constexpr (sizeof(U) == 2) return _mm512_mask_cmpge_epu16_mask(low32(n), v, b16<0x80>());
-    else return _mm512_mask_cmpge_epu32_mask(static_cast<__mmask16>(low16(n)), v, b32<0x80>());
 }
 
 // convertText still reads whole vectors within the memory page of a unit
@@ -1729,30 +1618,21 @@ QEL_AVX512 inline V keepLanes(V v, std::size_t n) {
 // a step; nearer the output's end, masked steps are cut to the characters
 // whose output fits.
 template <class S, class D, class Step>
-QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oEnd, const S** lastOther) noexcept {
+QEL_AVX512_SCAN Stop convertText(const S** pp, const S* end, D** oo, const D* oEnd) noexcept {
     constexpr std::size_t kLanes = 64 / sizeof(S);
     // The most that a whole step writes (a step of UTF-16 may take the low
     // half of a pair from the unit after it).
     constexpr std::size_t kStepRoom = (kLanes + 1) * Step::kPerUnit;
     const S* p = *pp;
     D* o = *oo;
-    // Where the last unit taken that is not ASCII is: the step, and the mask
-    // of such units in it (worked out into a position once, at the end).
-    const S* otherStep = nullptr;
-    std::uint64_t otherMask = 0;
     bool more = !misaligned(p);
     WideRetry wide(p);
     Step step;
     while (more && o < oEnd) {
         const S* const spanEnd = p + wholeVectors(p, end) * kLanes;
         while (more && static_cast<std::size_t>(spanEnd - p) >= kLanes) {
-            std::uint64_t wideOther = 0;
             if (sizeof(S) > 1 && wide.due(p) && static_cast<std::size_t>(spanEnd - p) >= 64 && oEnd - o >= 64) {
-                if (wideText(p, o, wideOther)) {
-                    if (wideOther != 0) {
-                        otherStep = p;
-                        otherMask = wideOther;
-                    }
+                if (wideText(p, o)) {
                     p += 64;
                     o += 64;
                     wide.took();
@@ -1763,7 +1643,7 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
             // A unit beyond the step lies in the span too.
             const bool ahead = static_cast<std::size_t>(spanEnd - p) > kLanes;
             if (!ahead) {
-                step.settle(p, otherStep, otherMask);
+                step.settle(p);
                 if (static_cast<std::size_t>(spanEnd - p) < kLanes) break;
             }
             const V v = loadVector(p);
@@ -1772,14 +1652,9 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
             // (a pair that it completes from the next step counted in full).
             const std::size_t room = static_cast<std::size_t>(oEnd - o);
             if (room < kStepRoom && Step::costs(v, kLanes).below(kLanes) > room) break;
-            const std::size_t took = step.take(p, v, kLanes, o, more, ahead);
-            if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
-                otherStep = p;
-                otherMask = other;
-            }
-            p += took;
+            p += step.take(p, v, kLanes, o, more, ahead);
         }
-        step.settle(p, otherStep, otherMask);
+        step.settle(p);
         if (!more || o == oEnd) break;
         // One masked step: up to a zero unit or 0x01, the page's end or `end`.
         std::size_t n = pageStepUnits(p, end);
@@ -1813,18 +1688,13 @@ QEL_AVX512_SCAN void convertText(const S** pp, const S* end, D** oo, const D* oE
                 cut = true;
             }
         }
-        const std::size_t took = step.take(p, v, n, o, more, false);
-        if (const std::uint64_t other = nonAsciiLanes<S>(v, took)) {
-            otherStep = p;
-            otherMask = other;
-        }
-        p += took;
+        p += step.take(p, v, n, o, more, false);
         // A step that ends before a zero unit or 0x01 ends the kernel.
         if ((stop != 0 || cut) && more) more = false;
     }
-    if (otherStep != nullptr) *lastOther = otherStep + (64 - _lzcnt_u64(otherMask));
     *pp = p;
     *oo = o;
+    return stopAt(p, end, o, oEnd);
 }
 
 constexpr Kernels makeKernels() {

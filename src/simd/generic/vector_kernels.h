@@ -305,17 +305,7 @@ QEL_VEC_TARGET inline std::uint32_t otherBits(typename O::V v) {
     }
 }
 
-// Lanes (as otherBits) of units that the pair takes at once but that set the
-// success value: from 0xE000 in UTF-32 -> UTF-16, one output unit each.
-template <class O, class S, class D>
-QEL_VEC_TARGET inline std::uint32_t slowBits(typename O::V v) {
-    if constexpr (sizeof(S) == 4 && sizeof(D) == 2)
-        return ~O::template atMost<S>(v, splat<O, S, 0xD7FF>()) & kAllLanes<sizeof(v)>;
-    else return 0;
-}
-
-// Whether the pair takes the unit u at once (as otherBits), and whether it
-// sets the success value (as slowBits).
+// Whether the pair takes the unit u at once (as otherBits).
 template <class S, class D>
 inline bool isSimple(S unit) {
     const u32 u = static_cast<u32>(unit);
@@ -323,31 +313,22 @@ inline bool isSimple(S unit) {
     else if constexpr (sizeof(S) == 2) return (u & 0xF800u) != 0xD800u;
     else return u < 0xD800u || (u >= 0xE000u && u <= 0xFFFFu);
 }
-template <class S, class D>
-inline bool isSlowSimple(S unit) {
-    return sizeof(S) == 4 && sizeof(D) == 2 && static_cast<u32>(unit) > 0xD7FFu;
-}
-
 // Takes whole vectors of simple units from *pp (see otherBits) while `left`
 // holds one, then the simple units at the start of the next vector, or one by
 // one those of the last `left` units that make no whole vector, and stops
 // before the first other unit. *out is where they go (an output
 // position, advanced past the units written), or a count that they are added
-// to. Every unit that slowBits finds among them is one character of one
-// output unit, which `last` receives.
+// to. Other: it stopped before such a unit.
 template <class O, class S, class D, class Out>
-QEL_VEC_TARGET inline void takeSimple(const S** pp, Out* out, std::size_t left, SlowChar* last) {
+QEL_VEC_TARGET inline bool takeSimple(const S** pp, Out* out, std::size_t left) {
     constexpr bool kWrite = std::is_same_v<Out, D*>;
     using V = typename O::V;
     constexpr std::size_t kLanes = sizeof(V) / sizeof(S);
     const S* p = *pp;
     Out o = *out;
-    std::uint32_t slowSeen = 0;
     for (; left >= kLanes; left -= kLanes) {
         const V v = load<V>(p);
         const std::uint32_t other = otherBits<O, S, D>(v);
-        const std::uint32_t taken = other == 0 ? ~0u : (other ^ (other - 1)) >> 1;
-        slowSeen |= slowBits<O, S, D>(v) & taken;
         if (other != 0) {
             std::size_t k = __builtin_ctz(other) / sizeof(S);
             if constexpr (kWrite) {
@@ -356,15 +337,15 @@ QEL_VEC_TARGET inline void takeSimple(const S** pp, Out* out, std::size_t left, 
                 p += k;
                 o += static_cast<Out>(k);
             }
-            left = 0;
-            break;
+            *pp = p;
+            *out = o;
+            return true;
         }
         if constexpr (kWrite) O::template storePlain<S, D>(v, o);
         p += kLanes;
         o += static_cast<std::conditional_t<kWrite, std::ptrdiff_t, Out>>(kLanes);
     }
     for (; left > 0 && isSimple<S, D>(*p); --left) {
-        if (isSlowSimple<S, D>(*p)) slowSeen = 1;
         if constexpr (kWrite) {
             *o++ = static_cast<D>(*p++);
         } else {
@@ -372,22 +353,22 @@ QEL_VEC_TARGET inline void takeSimple(const S** pp, Out* out, std::size_t left, 
             ++o;
         }
     }
-    if (slowSeen != 0) {
-        last->len = 1;
-        last->size = 1;
-    }
     *pp = p;
     *out = o;
+    return left > 0;
 }
 
 template <class O, class S, class D>
-QEL_VEC_TARGET void convertSimple(const S** pp, const S* end, D** oo, const D* outEnd, SlowChar* last) noexcept {
-    takeSimple<O, S, D>(pp, oo, takeable(*pp, end, *oo, outEnd), last);
+QEL_VEC_TARGET Stop convertSimple(const S** pp, const S* end, D** oo, const D* outEnd) noexcept {
+    const std::size_t left = takeable(*pp, end, *oo, outEnd);
+    const bool byRoom = left < static_cast<std::size_t>(end - *pp) - 1;
+    if (takeSimple<O, S, D>(pp, oo, left)) return Stop::Other;
+    return byRoom ? Stop::Room : Stop::End;
 }
 
 template <class O, class S, class D>
-QEL_VEC_TARGET void measureSimple(const S** pp, const S* end, unsigned int* count, SlowChar* last) noexcept {
-    takeSimple<O, S, D>(pp, count, static_cast<std::size_t>(end - *pp) - 1, last);
+QEL_VEC_TARGET Stop measureSimple(const S** pp, const S* end, unsigned int* count) noexcept {
+    return takeSimple<O, S, D>(pp, count, static_cast<std::size_t>(end - *pp) - 1) ? Stop::Other : Stop::End;
 }
 
 // The table of the set of O.
