@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // qelutf benchmark: every conversion pair on every corpus and size, through
 // each family of entry points and the exported cores, next to memcpy of the
 // input bytes (the ceiling), a plain strict loop (the floor), ICU and glibc

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Text generation for the benchmark corpora. A small xorshift generator with
 // a fixed seed picks words from per-language lists and strings them into
 // sentences, so every run sees the same bytes.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Benchmark inputs: texts generated deterministically from fixed word lists
 // (no downloads), cut to a size in UTF-8 bytes at a character boundary, and
 // the same texts in UTF-16 and UTF-32. Every buffer ends with a zero unit

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: MIT
 # Draws the table that qelutf_bench prints (markdown on stdin or in a file) as
 # one SVG: GB/s of the 1 MiB inputs per pair and corpus for qelutf's bounded
 # entry point, ICU, iconv and memcpy, and ns per call of the 64 B inputs.

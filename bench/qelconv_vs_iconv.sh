@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Throughput of qelconv against glibc's iconv on the same multilingual UTF-8
 # file, in the same run: UTF-8 -> UTF-16LE and back with each tool, best of
 # RUNS timings, outputs checked to be equal.

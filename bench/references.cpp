@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "references.h"
 
 #include <iconv.h>

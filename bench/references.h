@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the library is measured against, each as one call that converts a
 // whole input of n units into an output of at most `cap` units and returns
 // the units written, or -1 when it fails:

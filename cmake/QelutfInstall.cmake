@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Installation: the two libraries (with their SONAME links), the public
 # headers, a CMake package giving qelutf::qelutf and qelutf::qelstrmem, and a
 # pkg-config file. Both the package and the .pc file are relocatable.

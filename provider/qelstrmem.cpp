@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Default string memory provider. Built on mimalloc's own entry points where
 // the build found it: its heaps keep freed memory for reuse, so a program
 // that converts large strings again and again does not give every result back

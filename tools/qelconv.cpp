@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // qelconv - converts text between UTF-8, UTF-16 and UTF-32, strictly.
 //
 // The input is read in blocks and each block is converted by the library's

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // scan.h - what qelconv needs to know about text beyond the library's
 // conversions: fast unit searches, where a block may be cut so that block-wise
 // conversion equals whole-input conversion, and a walker that finds the first

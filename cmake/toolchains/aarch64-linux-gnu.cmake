@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Cross build for 64-bit Arm Linux with Debian's cross compilers
 # (g++-aarch64-linux-gnu), whose target libraries live under
 # /usr/aarch64-linux-gnu. Test programs run under user-mode emulation

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /**
  * @file qelchars.h
  * @brief The qel_ functions: errno-style conversions of zero-terminated

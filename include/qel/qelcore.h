@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /**
  * @file qelcore.h
  * @brief The exported conversion cores and the growing character buffer

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /**
  * @file qelutftype.h
  * @brief Encoding types and byte-order marks.

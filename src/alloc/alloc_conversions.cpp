@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The ten allocating conversion entry points: each sets up a conversion state
 // (result 0, fill-to-end switch never set) and calls the allocating converter
 // of its pair; an AllocEx entry point takes the raw twin when

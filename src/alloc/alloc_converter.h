@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The allocating converter: converts a string of one variant (core/pairs.h)
 // into a growing qelChrXBuf over the engine's walk (core/walk.h) and hands the
 // caller one exactly sized, zero-terminated block. The errno-style allocating

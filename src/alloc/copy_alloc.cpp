@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Allocating UTF-16 copy. The copy always gets all the room it needs, so
 // nothing is ever cut: it looks for no control sequences and checks nothing,
 // it counts the units and copies them as one block.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Encoding types and byte-order marks. Looks at raw bytes only; nothing is
 // converted or validated behind the mark.
 #include "qel/qelutftype.h"

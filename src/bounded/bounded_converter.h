@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The bounded converter: converts a string of one variant (core/pairs.h)
 // into a caller's buffer over the engine's walk (core/walk.h), or measures it
 // when there is no buffer; instantiated for the ten converters of the qelStr

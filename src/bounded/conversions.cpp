@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The bounded conversion entry points of the six encoding pairs: each sets up
 // a conversion state and calls the bounded converter of its pair.
 #include <type_traits>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Bounded UTF-16 copy: the bounded conversion reduced to the identity. Units
 // are copied as they are (lone surrogates included); embedded control
 // sequences are copied whole, or closed or dropped when the buffer cuts them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // In-place repair of UTF-8 text that spells a supplementary character as two
 // three-byte surrogate sequences: each high half followed at once by a low
 // half becomes the character's four-byte form. Everything else must already be

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The per-character encoders and decoders, on top of the code-point rules.
 // Each validates first, then checks room, then writes; a failing call leaves
 // its destination untouched. Two branches differ from the rules on purpose:

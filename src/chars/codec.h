@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The five per-character encoders and decoders of the character and string
 // functions, and the lenient decoder of the surrogate-pair repair. Each
 // returns the count it produced or consumed, kIllFormed or kNoRoom, and writes

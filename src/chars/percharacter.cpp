@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Per-character conversions and length functions. Each converts or measures
 // the one character at the head of its source and reports failure as -1 with
 // errno set (EILSEQ for malformed input or an unencodable value, E2BIG for too

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The span, break and tokenise functions of the three encodings share this one
 // algorithm. A set is read as whole characters of its encoding; a set of one
 // character is matched by its units without decoding the text; any other set

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // UTF-16 string functions. A code point above U+FFFF is searched as its
 // surrogate pair, sets are read as whole characters, and strings compare in
 // code-point order.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // UTF-32 string and memory functions. Every unit is a whole character, so
 // these work unit by unit and validate nothing, except qel_u32mset, which
 // refuses to fill with a value that is no code point.

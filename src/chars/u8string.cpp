@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // UTF-8 string functions. A character to search for is a code point, searched
 // as its UTF-8 bytes; sets are read as UTF-8 characters; the tokenizer
 // removes whole multi-byte delimiters.

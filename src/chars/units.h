@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Unit-wise operations on zero-terminated strings and counted blocks of any
 // unit type. Units are compared as the unsigned values they hold and nothing
 // is validated; the string functions of the three encodings are built on

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Internal conventions shared by every entry point of the qelStr family:
 // unit types, core results, the conversion state, the input extent and the
 // mapping of core results to statuses.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Embedded control sequences: 0x01, up to 17 content characters 0x20..0x9F,
 // 0x02. One unit that every whole-string copy and conversion uses to
 // recognise a sequence, to carry it over into another form unit by unit, to

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The exported cores: each runs the engine's loop of its kind over its pair
 // (core/engine.h) and answers with the kind's success value.
 #include "core/engine.h"

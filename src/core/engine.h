@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The conversion engine: one loop converts a run of text of a pair into any
 // Output (core/output.h), and so measures (Counter), fills a buffer
 // (Bounded) or fills a growing buffer (Chunked); the safe converter is that

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where converted units go. Every loop, fast path and sequence copy of the
 // library writes through one of these, and whether there is room is decided
 // here alone:

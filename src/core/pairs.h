@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The six encoding pairs, each described once: how its source is decoded and
 // its target encoded (both on the code-point rules), which characters the
 // loops write at once without decoding, and which success value a call leaves.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The strict code-point rules, in one place: decoding of UTF-8, UTF-16 and
 // UTF-32, encoding, and output sizes. Every core and every per-character
 // routine uses these; nothing else in the library decodes or encodes.

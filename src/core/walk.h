@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The walk over a string that the bounded, allocating and errno-style
 // families share, written once over a variant (core/pairs.h):
 //   - a plain unit (ASCII other than the zero unit and the sequence start

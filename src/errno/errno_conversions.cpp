@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The twelve errno-style conversions: thin entry points over the walkers of
 // errno_converter.h.
 #include "errno/errno_converter.h"

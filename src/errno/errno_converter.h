@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The errno-style conversions of zero-terminated strings, written once over
 // the variants of pairs.h. They split the source into runs at control
 // sequences with the engine's walk, so the recognisers, the

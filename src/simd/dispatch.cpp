@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Choice of the kernels for this process: the first set of the registry
 // (simd/sets.h, widest first) that this CPU runs. active() is an indirect
 // function: the dynamic loader calls its resolver once, while it relocates the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Vectorised building blocks of the cores and the walkers, chosen when the
 // library is loaded, for the CPU it runs on: AVX-512 (BW, VBMI, VBMI2), AVX2
 // or SSE2 on x86-64, none elsewhere or in a QELUTF_SCALAR build. A kernel that is not

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // AVX2 kernels: the kernels of generic/vector_kernels.h on 32-byte vectors, and
 // the multi-byte kernels of text.cpp for four of the pairs.
 // Every function carries its target attribute itself, so that no code

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // AVX2 core kernels for text of multi-byte characters: UTF-8 into UTF-16 and
 // UTF-32, and UTF-16 (surrogate pairs included) and UTF-32 into UTF-8. Every
 // function carries its target attribute itself, so that no code outside this

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The AVX2 core kernels of the pairs whose text is mostly multi-byte
 // characters (text.cpp): UTF-8 into UTF-16 and UTF-32, and UTF-16
 // and UTF-32 into UTF-8. kernels.cpp puts them in the AVX2 table in place

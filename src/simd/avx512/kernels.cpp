@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // AVX-512 kernels (F, BW, VL, VBMI, VBMI2 and BMI2): 64 bytes of UTF-8, 32
 // units of UTF-16 or 16 of UTF-32 per step, partial steps by masked loads
 // and stores, so that nothing outside the run or the output is read or

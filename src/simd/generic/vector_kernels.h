@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The SSE2 and AVX2 kernels, written once over the operations of one
 // instruction set: the walkers' scans and plain-unit copies in aligned
 // vectors, and the cores' stretches of ASCII

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // SSE2 kernels, the x86-64 baseline: the kernels of generic/vector_kernels.h on
 // 16-byte vectors.
 #include "simd/simd.h"
