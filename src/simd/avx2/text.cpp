@@ -88,8 +88,6 @@ constexpr std::size_t kBlocksPerStretch = 16;
 
 // ---- helpers -----------------------------------------------------------------------
 
-inline std::size_t smaller(std::size_t a, std::size_t b) { return a < b ? a : b; }
-
 QEL_AVX2 inline std::uint32_t lowBits(unsigned n) { return _bzhi_u32(~0u, n); }
 QEL_AVX2 inline unsigned highestBit(std::uint32_t m) { return 31u - _lzcnt_u32(m); }
 QEL_AVX2 inline unsigned lowestBit(std::uint32_t m) { return _tzcnt_u32(m); }
