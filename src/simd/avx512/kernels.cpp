@@ -1246,8 +1246,10 @@ inline std::size_t stepUnits(const U* p, const U* end) {
     return smaller(ahead, inBlock);
 }
 
+// The first n units from p, within p's aligned block: past a zero unit too,
+// which only the sanitizers mind.
 template <class U>
-QEL_AVX512 inline V loadUnits(const U* p, std::size_t n) {
+QEL_AVX512_SCAN inline V loadUnits(const U* p, std::size_t n) {
     if constexpr (sizeof(U) == 1) return _mm512_maskz_loadu_epi8(low64(n), p);
     else if constexpr (sizeof(U) == 2) return _mm512_maskz_loadu_epi16(low32(n), p);
     else return _mm512_maskz_loadu_epi32(static_cast<__mmask16>(low16(n)), p);
