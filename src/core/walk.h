@@ -45,22 +45,27 @@ inline bool worthAKernel(const U* p, const U* end) noexcept {
 // [w, limit) less a margin, so that the end of the output, where the rules on
 // room differ, stays with the walk and the loop. True when the text from
 // where the kernel stopped belongs to a pending run, as it would without the
-// kernel: the kernel took a unit that is not plain. A plain unit is one unit
-// in every encoding, and every other character of a pair with a UTF-8 side
-// changes the count of units, so the counts tell. Between UTF-16 and UTF-32
-// they tell only of surrogate pairs, which is enough: those pairs keep no
-// room for a terminator of their own choosing and count no rest, so the fast
-// path and a run end alike there.
+// kernel: the kernel took a unit that is not plain. That matters only where
+// it stopped before a plain unit (the output's room ran out), and is looked
+// up only then.
 template <class V>
 QEL_CALLS_KERNELS inline bool takeText(const simd::Kernels& kernels, const typename V::Src*& read,
                                        const typename V::Src* inEnd, typename V::Dst*& w,
                                        const typename V::Dst* limit) noexcept {
-    const auto kernel = simd::convertText<typename V::Src, typename V::Dst>(kernels);
+    using Src = typename V::Src;
+    const auto kernel = simd::convertText<Src, typename V::Dst>(kernels);
     if (kernel == nullptr || limit - w <= simd::kTextMargin) return false;
-    const typename V::Src* const from = read;
-    const typename V::Dst* const start = w;
+    const Src* const from = read;
     kernel(&read, inEnd, &w, limit - simd::kTextMargin);
-    return read - from != w - start;
+    if (read == inEnd || !isPlainUnit(*read)) return false;
+    const auto findSpecial = simd::scanKernels<Src>(kernels).findSpecial;
+    const Src* q = from;
+    if (findSpecial != nullptr && worthAKernel(q, read)) {
+        q = findSpecial(q, read);
+    } else {
+        while (q != read && isPlainUnit(*q)) ++q;
+    }
+    return q != read;
 }
 
 // The walk from `runStart` (also the first read position) to the input end
