@@ -16,12 +16,6 @@ void* out0();
 
 namespace {
 
-template <class T>
-std::uint32_t value(T u) {
-    if constexpr (sizeof(T) == 1) return static_cast<unsigned char>(u);
-    else return static_cast<std::uint32_t>(u);
-}
-
 // The input ends its heap block exactly: a zero-ended one at its zero unit,
 // one given by length at its last unit (cores keep a zero unit after their
 // run). An odd output size moves the start by one unit. So a memory checker
@@ -36,7 +30,7 @@ std::vector<T> typed(const Args& a, bool ended, std::size_t pad) {
 
 template <class T>
 void append(Units& u, const T* p, std::size_t n) {
-    for (std::size_t i = 0; i < n; ++i) u.push_back(value(p[i]));
+    for (std::size_t i = 0; i < n; ++i) u.push_back(unitValue(p[i]));
 }
 
 // Reads an allocated block up to its terminator, then releases it.
@@ -105,7 +99,7 @@ Result call(const Args& a) {
             r.ret = Fn(&q, out.data() + a.outSize, &p, inEnd);
             append(r.out, out.data(), static_cast<std::size_t>(q - out.data()));
             for (std::size_t i = a.outSize; i < out.size(); ++i)
-                if (value(out[i]) != value(static_cast<O>(kGuard))) r.out.push_back(kGuard);  // overrun
+                if (unitValue(out[i]) != unitValue(static_cast<O>(kGuard))) r.out.push_back(kGuard);  // overrun
         }
         r.inPos = static_cast<std::size_t>(p - in);
         return r;
