@@ -27,24 +27,20 @@ Expect bad(int e) { return {-1, e, {}}; }
 
 bool isSurrogate(std::uint32_t u) { return u >= 0xD800 && u <= 0xDFFF; }
 bool isCont(std::uint32_t b) { return b >= 0x80 && b <= 0xBF; }
-Units in(qelref::Enc enc, std::uint32_t cp) {
-    Units u;
-    qelref::encodeAs(enc, cp, u);
-    return u;
-}
+using qelref::encoded;
 
 // A UTF-16 unit or pair to UTF-8 with `room` bytes (ASCII is the caller's).
 Expect u16ToUtf8(const Units& src, std::size_t avail, std::size_t room) {
     const qelref::Decoded d = qelref::decodeAt(qelref::Enc::Utf16, src, 0, std::min(avail, src.size()));
     if (!d.ok) return bad(EILSEQ);
-    const Units u = in(qelref::Enc::Utf8, d.cp);
+    const Units u = encoded(qelref::Enc::Utf8, d.cp);
     return room < u.size() ? bad(E2BIG) : ok(static_cast<int>(u.size()), u);
 }
 
 // A code point to UTF-8: validity first, then room.
 Expect u32ToUtf8(std::uint32_t c, std::size_t room) {
     if (!qelref::isScalar(c)) return bad(EILSEQ);
-    const Units u = in(qelref::Enc::Utf8, c);
+    const Units u = encoded(qelref::Enc::Utf8, c);
     return room < u.size() ? bad(E2BIG) : ok(static_cast<int>(u.size()), u);
 }
 
@@ -53,7 +49,7 @@ Expect fromUtf8(const Units& src, std::size_t avail, std::size_t room, qelref::E
     if (src[0] < 0x80) return ok(1, {src[0]});
     const qelref::Decoded d = qelref::decodeAt(qelref::Enc::Utf8, src, 0, std::min(avail, src.size()));
     if (!d.ok) return bad(EILSEQ);
-    const Units u = in(to, d.cp);  // only a pair needs the room
+    const Units u = encoded(to, d.cp);  // only a pair needs the room
     return u.size() > 1 && room < 2 ? bad(E2BIG) : ok(static_cast<int>(d.len), u);
 }
 
@@ -195,7 +191,7 @@ int checkChars(const std::uint8_t* data, std::size_t size) {
         if (value < 0xD800 && room >= 1) m = ok(1, {value});
         else if (value >= 0x110000) m = bad(EILSEQ);
         else if (room < (value >= 0x10000 ? 2u : 1u)) m = bad(E2BIG);
-        else m = isSurrogate(value) ? bad(EILSEQ) : ok(static_cast<int>(in(Enc::Utf16, value).size()), in(Enc::Utf16, value));
+        else m = isSurrogate(value) ? bad(EILSEQ) : ok(static_cast<int>(encoded(Enc::Utf16, value).size()), encoded(Enc::Utf16, value));
         break;
     case 7:
     case 8:

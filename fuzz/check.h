@@ -66,11 +66,7 @@ int checkChars(const std::uint8_t* data, std::size_t size);
 int checkStrings(const std::uint8_t* data, std::size_t size);
 
 // Typed copies of model units and back, and the guard value of a unit type.
-template <class T>
-std::uint32_t unitValue(T u) {
-    if constexpr (sizeof(T) == 1) return static_cast<unsigned char>(u);
-    else return static_cast<std::uint32_t>(u);
-}
+using qelent::unitValue;
 template <class T>
 std::vector<T> typed(const Units& u) {
     return std::vector<T>(u.begin(), u.end());

@@ -1,6 +1,7 @@
 // The entry-point table and its calling adapters: see entries.h.
 #include "entries.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -15,22 +16,21 @@ void* out0();
 
 namespace {
 
+// The input ends its heap block exactly: a zero-ended one at its zero unit,
+// one given by length at its last unit (cores keep a zero unit after their
+// run). An odd output size moves the start by one unit. So a memory checker
+// sees any read outside the text.
 template <class T>
-std::uint32_t value(T u) {
-    if constexpr (sizeof(T) == 1) return static_cast<unsigned char>(u);
-    else return static_cast<std::uint32_t>(u);
-}
-
-template <class T>
-std::vector<T> typed(const Args& a) {
-    std::vector<T> v(a.in.size() + 1, T(0));
-    for (std::size_t i = 0; i < a.in.size(); ++i) v[i] = static_cast<T>(a.in[i]);
+std::vector<T> typed(const Args& a, bool ended, std::size_t pad) {
+    const bool zero = ended && (a.in.empty() || a.in.back() != 0);
+    std::vector<T> v(std::max<std::size_t>(pad + a.in.size() + zero, 1), T(0));
+    for (std::size_t i = 0; i < a.in.size(); ++i) v[pad + i] = static_cast<T>(a.in[i]);
     return v;
 }
 
 template <class T>
 void append(Units& u, const T* p, std::size_t n) {
-    for (std::size_t i = 0; i < n; ++i) u.push_back(value(p[i]));
+    for (std::size_t i = 0; i < n; ++i) u.push_back(unitValue(p[i]));
 }
 
 // Reads an allocated block up to its terminator, then releases it.
@@ -49,8 +49,11 @@ void takeBlock(Result& r, T* block, std::size_t known = SIZE_MAX) {
 template <Family F, class I, class O, auto Fn>
 Result call(const Args& a) {
     Result r;
-    std::vector<I> in = typed<I>(a);
-    const I* src = a.nullIn ? nullptr : in.data();
+    constexpr bool core = F >= Family::Preflight;
+    const std::size_t pad = core ? 0 : a.outSize & 1;
+    std::vector<I> block = typed<I>(a, core || F == Family::Errno || F == Family::ErrnoAlloc || a.inLen == ~0u, pad);
+    I* const in = block.data() + pad;
+    const I* src = a.nullIn ? nullptr : in;
     errno = kErrnoUnset;
     if constexpr (F == Family::Bounded || F == Family::BoundedEx || F == Family::Copy) {
         std::vector<O> out(a.outSize + kGuardUnits, static_cast<O>(kGuard));
@@ -74,8 +77,8 @@ Result call(const Args& a) {
     } else if constexpr (F == Family::ErrnoAlloc) {
         takeBlock(r, Fn(src));
     } else {
-        const I* p = in.data() + a.begin;
-        const I* const inEnd = in.data() + a.end;
+        const I* p = in + a.begin;
+        const I* const inEnd = in + a.end;
         if constexpr (F == Family::Preflight) {
             r.outLen = a.count;
             r.ret = Fn(&r.outLen, &p, inEnd);
@@ -96,9 +99,9 @@ Result call(const Args& a) {
             r.ret = Fn(&q, out.data() + a.outSize, &p, inEnd);
             append(r.out, out.data(), static_cast<std::size_t>(q - out.data()));
             for (std::size_t i = a.outSize; i < out.size(); ++i)
-                if (value(out[i]) != value(static_cast<O>(kGuard))) r.out.push_back(kGuard);  // overrun
+                if (unitValue(out[i]) != unitValue(static_cast<O>(kGuard))) r.out.push_back(kGuard);  // overrun
         }
-        r.inPos = static_cast<std::size_t>(p - in.data());
+        r.inPos = static_cast<std::size_t>(p - in);
         return r;
     }
     if (F != Family::AllocCore) r.err = errno;

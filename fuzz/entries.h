@@ -133,6 +133,12 @@ struct Entry {
 };
 
 const std::vector<Entry>& entries();
+// The value of a unit of any unit type (char read as unsigned).
+template <class T>
+std::uint32_t unitValue(T u) {
+    if constexpr (sizeof(T) == 1) return static_cast<unsigned char>(u);
+    else return static_cast<std::uint32_t>(u);
+}
 const Entry& entry(const char* name);
 std::size_t unitBytes(Enc e);
 

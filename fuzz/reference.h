@@ -30,6 +30,11 @@ Decoded decodeAt(Enc enc, const Units& s, std::size_t pos, std::size_t end);
 void encodeAs(Enc enc, std::uint32_t cp, Units& out);
 inline void encodeUtf8(std::uint32_t cp, Units& out) { encodeAs(Enc::Utf8, cp, out); }
 inline void encodeUtf16(std::uint32_t cp, Units& out) { encodeAs(Enc::Utf16, cp, out); }
+inline Units encoded(Enc enc, std::uint32_t cp) {
+    Units u;
+    encodeAs(enc, cp, u);
+    return u;
+}
 
 // How a control sequence (0x01, up to 17 characters 0x20..0x9F, 0x02) is
 // spelled on the input side.

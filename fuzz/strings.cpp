@@ -38,12 +38,6 @@ long findUnits(const Units& s, const Units& pat, bool last) {
     return found;
 }
 
-Units spelled(Enc enc, std::uint32_t c) {
-    Units u;
-    qelref::encodeAs(enc, c, u);
-    return u;
-}
-
 // Search for a code point: zero finds the terminator; UTF-8 refuses a value
 // that is no code point (EILSEQ), UTF-16 one of 0x110000 or more (no errno)
 // and takes any other unit as it is; nothing is looked for in an empty string.
@@ -52,7 +46,7 @@ Out chr(Enc enc, const Units& s, std::uint32_t c, bool last) {
     if (c < (enc == Enc::Utf8 ? 0x80u : 0x10000u)) return {findUnits(s, {c}, last), kSentinel};
     if (len(s) == 0 || (enc == Enc::Utf16 && c >= 0x110000)) return {kNull, kSentinel};
     if (!qelref::isScalar(c)) return {kNull, EILSEQ};
-    return {findUnits(s, spelled(enc, c), last), kSentinel};
+    return {findUnits(s, qelref::encoded(enc, c), last), kSentinel};
 }
 
 enum SpanKind { kSpn, kCspn, kPbrk };
@@ -81,7 +75,7 @@ Out span(Enc enc, const Units& s, const Units& set, SpanKind kind) {
     for (; s[p] != 0; p += qelref::decodeAt(enc, s, p, s.size()).len) {
         const qelref::Decoded d = qelref::decodeAt(enc, s, p, s.size());
         if (!d.ok) return {kind == kPbrk ? kNull : slen, EILSEQ};
-        if ((findUnits(set, spelled(enc, d.cp), false) != kNull) != (kind == kSpn)) return {static_cast<long>(p), err};
+        if ((findUnits(set, qelref::encoded(enc, d.cp), false) != kNull) != (kind == kSpn)) return {static_cast<long>(p), err};
     }
     return {kind == kPbrk ? kNull : static_cast<long>(p), err};
 }

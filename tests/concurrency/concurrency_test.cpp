@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "entries.h"
+#include "reference.h"
 
 namespace {
 
@@ -15,27 +16,12 @@ using qelent::Entry;
 using qelent::Units;
 
 // Short and long text with control sequences, and text with a fault inside,
-// spelled in `enc` (code points below 0x800 and one pair, so the spelling
-// is written out here).
+// spelled in `enc` by the model's encoder.
 Units text(qelent::Enc enc, int kind) {
     const Units cycle = {0x61, 0xE9, 0x20AC, 0x1F600, 1, 0x41, 0x85, 2, 0x62, 1, 3};
-    Units cps;
-    for (unsigned i = 0; i < (kind == 0 ? 11u : 3000u); ++i) cps.push_back(cycle[i % cycle.size()]);
-    if (kind == 2) cps[1500] = 0xDC00;
     Units out;
-    for (std::uint32_t c : cps) {
-        if (enc == qelent::Enc::Utf32 || (c < 0x80 && enc == qelent::Enc::Utf8) || (c < 0x10000 && enc == qelent::Enc::Utf16)) {
-            out.push_back(c);
-        } else if (enc == qelent::Enc::Utf16) {
-            out.insert(out.end(), {0xD800 + ((c - 0x10000) >> 10), 0xDC00 + (c & 0x3FF)});
-        } else if (c < 0x800) {
-            out.insert(out.end(), {0xC0 | (c >> 6), 0x80 | (c & 0x3F)});
-        } else if (c < 0x10000) {
-            out.insert(out.end(), {0xE0 | (c >> 12), 0x80 | ((c >> 6) & 0x3F), 0x80 | (c & 0x3F)});
-        } else {
-            out.insert(out.end(), {0xF0 | (c >> 18), 0x80 | ((c >> 12) & 0x3F), 0x80 | ((c >> 6) & 0x3F), 0x80 | (c & 0x3F)});
-        }
-    }
+    for (unsigned i = 0; i < (kind == 0 ? 11u : 3000u); ++i)
+        qelref::encodeAs(static_cast<qelref::Enc>(enc), kind == 2 && i == 1500 ? 0xDC00 : cycle[i % cycle.size()], out);
     return out;
 }
 

@@ -85,7 +85,7 @@ TEST(Exhaustive, SpecialUnitsNearVectorBlockEdges) {
                     Units text;
                     while (text.size() < edge) text.insert(text.end(), one.begin(), one.end());
                     text.insert(text.end(), special.begin(), special.end());
-                    while (text.size() < 80) text.insert(text.end(), one.begin(), one.end());
+                    while (text.size() < 64 + edge) text.insert(text.end(), one.begin(), one.end());
                     ASSERT_NO_THROW(qelfuzz::checkAllFrom(enc, text));
                 }
             }
