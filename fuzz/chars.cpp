@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Checks of the per-character conversions and length functions, and of the
 // in-place repair of surrogate halves in UTF-8 (qelStrUtf8FixSurrogatePairs),
 // against expectations worked out from the rules: the result, errno (set

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one harness: see check.h.
 #include "check.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one harness: calls any entry point of the table with every output size
 // that matters and holds status, length, cursors, output units, errno and
 // provider requests to the model. Also the fuzz data reader, the text

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The entry-point table and its calling adapters: see entries.h.
 #include "entries.h"
 

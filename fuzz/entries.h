@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one table of the library's public conversion entry points: each listed
 // once with its pair and family, and one way to call any of them on text held
 // as model units. The unit tests, the fuzz targets, the concurrency and

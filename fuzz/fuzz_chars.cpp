@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fuzz target: the chars checks of checkChars (chars.cpp).
 #include "check.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fuzz target: any entry point of the table on any text, with every output
 // size that matters, against the model; or one call with a provider that
 // refuses a request. Data: entry, mode bits, failure argument, then the text.

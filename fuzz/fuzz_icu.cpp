@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fuzz target: the model against ICU (icu.cpp).
 #include "check.h"
 

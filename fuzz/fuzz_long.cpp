@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fuzz target: long texts (to 64 KiB units) with faults and control units
 // next to vector block edges, through a random entry point with every
 // output size that matters. Data: entry, then the longText recipe.

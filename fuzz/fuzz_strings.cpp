@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fuzz target: the strings checks of checkStrings (strings.cpp).
 #include "check.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The model's judgement of well-formedness and of the first ill-formed
 // position, held to ICU on text without 0x00, 0x01 and 0x02 (where no
 // control sequence or terminator comes into play).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The oracle: see model.h.
 //
 // A bounded qelStr conversion is walked piece by piece. With a terminator

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one oracle: what any entry point of the table must give, worked out
 // from the rules of reference.h one piece of text at a time.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rules: see reference.h. Each is spelled out as its table gives it.
 #include "reference.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rules, written plainly one character at a time from their
 // definitions, sharing no code with the library: strict decoders and
 // encoders, and the embedded control sequences. The model builds on them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Checks of the UTF-8 and UTF-16 string functions against naive
 // versions written here from their rules: search for a code point, substring
 // search, span and break over a character set, tokenising, comparison in

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every conversion entry point of the table from eight threads at once, on
 // the shared library with the default string memory provider: each result
 // must equal the one computed on a single thread beforehand.

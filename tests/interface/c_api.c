@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* Uses the C headers from a C11 program. */
 #include <stdio.h>
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 cmake_minimum_required(VERSION 3.25)
 # Compares the defined dynamic symbols of LIB with the union of the name lists
 # in EXPECTED_DIR (one name per line, C++ names demangled), and checks that the

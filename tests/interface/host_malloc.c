@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* Loading the default provider leaves the program's malloc and free with the
  * C library, whatever heap the provider itself uses; and its blocks travel
  * through the library like any other. */

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # cmake -P script: install BUILD_DIR into WORK_DIR/prefix, check the installed
 # tree, then build and run the consumer through find_package and pkg-config.
 # EMULATOR, when given, is the command line that runs programs of the target.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // End-to-end tests of qelconv: the binary is run as a user would run it, and
 // its output is compared with text encoded here by the model's encoder.
 #include <gtest/gtest.h>

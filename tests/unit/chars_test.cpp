@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The per-character functions over every code point, every UTF-16 unit with
 // each class of unit after it, and every UTF-8 lead byte with each class of
 // continuation; the surrogate repair and the string functions on seeded

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The documented edges that the model alone would not make obvious, one row
 // each, grouped by what they protect; the out-of-memory sweep; long texts
 // and the independent check of the model against ICU, seeded.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every input of up to three units (four bytes of UTF-8) over an alphabet
 // that holds each class of unit, through every conversion entry point,
 // against the model. QELUTF_TEST_SMALL=1 (slow runners) shrinks the alphabets.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The model's first ill-formed position agrees with ICU (fuzz/icu.cpp), on
 // seeded text in each encoding.
 #include <gtest/gtest.h>

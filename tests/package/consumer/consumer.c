@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* A program that uses an installed qelutf: one call from each family it
  * links against, checked, then "consumer: ok". */
 #include <qel/qelchars.h>
