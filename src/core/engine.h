@@ -114,13 +114,6 @@ private:
     std::uintptr_t wait_ = kRetryAfter;
 };
 
-// A bulk step that takes nothing: the loop alone.
-template <class P>
-struct NoBulk {
-    template <class Out>
-    void take(const SrcOf<P>*&, const SrcOf<P>*, Out&) noexcept {}
-};
-
 // ---- the loop -------------------------------------------------------------------------
 
 // Converts from p into `out` until the input ends (0), a character is ill

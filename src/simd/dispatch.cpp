@@ -26,14 +26,6 @@ QEL_SIMD_BUILT(QEL_SIMD_ACCESSOR)
 
 const std::uint32_t kPatternPool[sizeof kPatternValues / sizeof kPatternValues[0]] = {QEL_SIMD_PATTERNS};
 
-const Kernels* forIsa(Isa isa) noexcept {
-#define QEL_SIMD_LOOKUP(Name, folder) \
-    if (isa == Isa::Name) return folder##Usable() ? folder##Kernels() : nullptr;
-    QEL_SIMD_BUILT(QEL_SIMD_LOOKUP)
-#undef QEL_SIMD_LOOKUP
-    return isa == Isa::Scalar ? &kScalar : nullptr;
-}
-
 // The resolver of active(), called by the dynamic loader. It has C linkage so
 // that the indirect function can name it; it is not exported.
 extern "C" {

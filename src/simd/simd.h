@@ -57,12 +57,6 @@
 namespace qel {
 namespace simd {
 
-// The instruction sets of the registry (simd/sets.h, written by CMake from the
-// list in CMakeLists.txt), and Scalar for no vector code at all.
-#define QEL_SIMD_ENUM(Name, folder) Name,
-enum class Isa { Scalar, QEL_SIMD_KNOWN(QEL_SIMD_ENUM) };
-#undef QEL_SIMD_ENUM
-
 // Why a kernel stopped where it did.
 enum class Stop : unsigned char {
     End,    // at the end of what it may read
@@ -109,7 +103,6 @@ using ConvertText = Stop (*)(const S** p, const S* end, D** o, const D* oEnd) no
 constexpr std::ptrdiff_t kTextMargin = 1;
 
 struct Kernels {
-    Isa isa = Isa::Scalar;
     CoreKernels<u8, u16> u8u16;
     CoreKernels<u8, u32> u8u32;
     CoreKernels<u16, char> u16u8;
@@ -138,10 +131,6 @@ struct Kernels {
 // loads the library (an indirect function whose resolver reads the CPU's
 // features), so nothing is decided or stored at run time.
 const Kernels& active() noexcept;
-
-// The kernels of one instruction set, or null when this build or CPU lacks
-// it (for tests that compare every set with the per-unit code).
-const Kernels* forIsa(Isa isa) noexcept;
 
 // What the folder src/simd/<folder>/ of each set the build has defines: its
 // table, and whether this CPU runs it. <folder>Usable runs inside the

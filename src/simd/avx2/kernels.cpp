@@ -23,7 +23,6 @@ namespace {
 
 struct Avx2 {
     using V = __m256i;
-    static constexpr Isa kIsa = Isa::Avx2;
 
     QEL_VEC_TARGET static std::uint32_t movemask(V v) { return static_cast<std::uint32_t>(_mm256_movemask_epi8(v)); }
 

@@ -1702,7 +1702,6 @@ QEL_AVX512_SCAN Stop convertText(const S** pp, const S* end, D** oo, const D* oE
 
 constexpr Kernels makeKernels() {
     Kernels k;
-    k.isa = Isa::Avx512;
     k.u8u16 = {&utf8Convert<true>, &utf8Measure<true>};
     k.u8u32 = {&utf8Convert<false>, &utf8Measure<false>};
     k.u16u8 = {&utf16ToUtf8Convert, &utf16ToUtf8Measure};

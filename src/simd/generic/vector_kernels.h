@@ -18,7 +18,6 @@
 //
 // An operations type O has what differs between the sets:
 //   V                    the vector type
-//   kIsa                 the instruction set
 //   movemask(v)          the top bit of every byte of v
 //   atMost<U>(v, max)    the movemask bits of the lanes of units of U in
 //                        which v is at most max
@@ -376,7 +375,6 @@ QEL_VEC_TARGET Stop measureSimple(const S** pp, const S* end, unsigned int* coun
 template <class O>
 constexpr Kernels makeKernels() {
     Kernels k;
-    k.isa = O::kIsa;
     k.u8u16 = {&convertSimple<O, u8, u16>, &measureSimple<O, u8, u16>};
     k.u8u32 = {&convertSimple<O, u8, u32>, &measureSimple<O, u8, u32>};
     k.u16u8 = {&convertSimple<O, u16, char>, &measureSimple<O, u16, char>};

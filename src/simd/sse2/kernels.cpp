@@ -20,7 +20,6 @@ namespace {
 
 struct Sse2 {
     using V = __m128i;
-    static constexpr Isa kIsa = Isa::Sse2;
 
     QEL_VEC_TARGET static std::uint32_t movemask(V v) { return static_cast<std::uint32_t>(_mm_movemask_epi8(v)); }
 
